@@ -1,0 +1,77 @@
+#include "Table.hpp"
+
+#include <cstdio>
+#include <string>
+
+namespace Tour {
+
+using namespace QV;
+
+namespace {
+
+/// A number with its digits in groups of three.
+std::string Group(UInt64 number)
+{
+    const std::string digits = std::to_string(number);
+    std::string text;
+    for (std::size_t i = 0; i < digits.size(); ++i) {
+        if (i != 0 && (digits.size() - i) % 3 == 0) {
+            text += ',';
+        }
+        text += digits[i];
+    }
+    return text;
+}
+
+std::string ToText(const UniString& text)
+{
+    return std::string(text.ToCStr(0, UniString::Npos, UTF8CharCode).GetText());
+}
+
+template <class Cell>
+void PrintRow(const std::string& title, const std::string& second, const std::vector<BackEndRun>& runs,
+              Cell cell)
+{
+    std::printf("%-18s %13s", title.c_str(), second.c_str());
+    for (const BackEndRun& run : runs) {
+        std::printf(" %13s", std::string(cell(run)).c_str());
+    }
+    std::printf("\n");
+}
+
+std::string FormatSpeed(const Stage& stage)
+{
+    char text[40];
+    std::snprintf(text, sizeof(text), "%.1f MB/s", stage.GetMegabytesPerSecond());
+    return text;
+}
+
+} // namespace
+
+void PrintTable(const std::vector<BackEndRun>& runs)
+{
+    const Measurements& first = runs.front().measurements;
+    std::printf("\n%s files, %s bytes, %s characters in %s paragraphs; archive of %s bytes\n\n",
+                Group(first.files).c_str(), Group(first.inputBytes).c_str(), Group(first.characters).c_str(),
+                Group(first.paragraphs).c_str(), Group(first.archiveBytes).c_str());
+
+    PrintRow("stage", "allocations", runs, [](const BackEndRun& run) { return run.name; });
+    for (UInt32 i = 0; i < first.stages.GetCount(); ++i) {
+        PrintRow(ToText(first.stages[i].name), Group(first.stages[i].allocations), runs,
+                 [i](const BackEndRun& run) { return FormatSpeed(run.measurements.stages[i]); });
+    }
+    PrintRow("blocks in use", "", runs,
+             [](const BackEndRun& run) { return Group(run.measurements.liveBlocks); });
+    PrintRow("bytes in use", "", runs,
+             [](const BackEndRun& run) { return Group(run.measurements.liveBytes); });
+    PrintRow("most bytes in use", "", runs,
+             [](const BackEndRun& run) { return Group(run.measurements.peakBytes); });
+
+    std::printf("\nversions of the document class\n");
+    for (const VersionResult& version : first.versions) {
+        std::printf("  %-34s %s\n", ToText(version.what).c_str(), ToText(version.outcome).c_str());
+    }
+    std::fflush(stdout);
+}
+
+} // namespace Tour

@@ -1,0 +1,69 @@
+/// One open file of the operating system. `FilePosix.cpp` and `FileWin.cpp` implement it.
+///
+/// Names are UTF-16; on Linux they become UTF-8. Descriptors are not inherited by child processes.
+#pragma once
+
+#include <QVRoot/String/UniString.hpp>
+
+namespace QV::Host::Impl {
+
+/// The system's own error number, 0 for success.
+using SystemError = Int32;
+
+class File {
+public:
+    File() noexcept = default;
+    ~File() { Close(); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    bool IsOpen() const noexcept { return handle_ != closed; }
+
+    /// Opens an existing file that is not a folder.
+    SystemError OpenForReading(const UniString& path);
+    /// Makes a file that does not exist yet. Where `model` names a file, its permissions are taken over.
+    SystemError CreateNew(const UniString& path, const UniString& model);
+    SystemError Close() noexcept;
+
+    /// Reads on from where the last read ended. Success with 0 bytes is the end of the file.
+    SystemError Read(char* dest, UInt32 n, UInt32* got) noexcept;
+    /// Moves the place where the next read begins.
+    SystemError SeekBy(Int64 distance) noexcept;
+    /// Bytes between that place and the end; an error for a file that has no length, such as a pipe.
+    SystemError GetRest(UInt64* n) const noexcept;
+    /// Writes all bytes at the given place; on failure `written` tells how many got there.
+    SystemError WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept;
+    /// Forces what was written onto the disk.
+    SystemError Synchronize() noexcept;
+
+private:
+    static constexpr Int64 closed = -1;
+
+    Int64 handle_ = closed;
+};
+
+/// Puts a file in the place of another in one step: whoever opens the target sees the old or the new one.
+SystemError RenameOver(const UniString& from, const UniString& target);
+SystemError RemoveFile(const UniString& path);
+
+/// What a name that is to be replaced stands for: through symbolic links, where the system has them.
+/// Something that exists and is no regular file answers an error.
+SystemError ResolveTarget(const UniString& path, UniString* target);
+
+/// A number that no other process has at the same time.
+UInt32 GetProcessNumber() noexcept;
+
+bool MeansNotFound(SystemError error) noexcept;
+bool MeansAccessDenied(SystemError error) noexcept;
+bool MeansExists(SystemError error) noexcept;
+bool MeansDiskFull(SystemError error) noexcept;
+
+/// The system's text for an error.
+UniString DescribeError(SystemError error);
+
+/// The code for a file that could not be opened.
+QVErrCode CodeForOpening(SystemError error) noexcept;
+/// The code for bytes that could not be written.
+QVErrCode CodeForWriting(SystemError error) noexcept;
+
+} // namespace QV::Host::Impl

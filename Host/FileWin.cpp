@@ -1,0 +1,208 @@
+#include <Host/FileImpl.hpp>
+
+#include <cstdio>
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+namespace QV::Host::Impl {
+
+namespace {
+
+// The headers may be too old to name them.
+constexpr SystemError folderNotSupported = 336;
+constexpr SystemError quotaExceeded = 1295;
+
+/// A zero inside a name would end it early.
+bool IsName(const UniString& path)
+{
+    const std::u16string_view units = path.GetView();
+    return !units.empty() && units.find(u'\0') == units.npos;
+}
+
+const wchar_t* AsWide(const UniString::UStr& text)
+{
+    return reinterpret_cast<const wchar_t*>(text.GetText());
+}
+
+HANDLE AsHandle(Int64 handle)
+{
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+SystemError LastError()
+{
+    const DWORD error = GetLastError();
+    return static_cast<SystemError>(error != 0 ? error : ERROR_GEN_FAILURE);
+}
+
+bool IsFolder(const wchar_t* path)
+{
+    const DWORD attributes = GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+} // namespace
+
+SystemError File::OpenForReading(const UniString& path)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    const UniString::UStr name = path.ToUStr();
+    const HANDLE file = CreateFileW(AsWide(name), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        const SystemError error = LastError();
+        return IsFolder(AsWide(name)) ? folderNotSupported : error;
+    }
+    handle_ = reinterpret_cast<Int64>(file);
+    return 0;
+}
+
+SystemError File::CreateNew(const UniString& path, const UniString&)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
+                                    nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return LastError();
+    }
+    handle_ = reinterpret_cast<Int64>(file);
+    return 0;
+}
+
+SystemError File::Close() noexcept
+{
+    if (!IsOpen()) {
+        return 0;
+    }
+    const BOOL done = CloseHandle(AsHandle(handle_));
+    handle_ = closed;
+    return done ? 0 : LastError();
+}
+
+SystemError File::Read(char* dest, UInt32 n, UInt32* got) noexcept
+{
+    DWORD count = 0;
+    const BOOL done = ReadFile(AsHandle(handle_), dest, n, &count, nullptr);
+    *got = count;
+    if (!done && GetLastError() != ERROR_BROKEN_PIPE) {
+        return LastError();
+    }
+    return 0;
+}
+
+SystemError File::SeekBy(Int64 distance) noexcept
+{
+    LARGE_INTEGER step;
+    step.QuadPart = distance;
+    return SetFilePointerEx(AsHandle(handle_), step, nullptr, FILE_CURRENT) ? 0 : LastError();
+}
+
+SystemError File::GetRest(UInt64* n) const noexcept
+{
+    LARGE_INTEGER size;
+    LARGE_INTEGER place;
+    const LARGE_INTEGER stay = {};
+    if (GetFileType(AsHandle(handle_)) != FILE_TYPE_DISK || !GetFileSizeEx(AsHandle(handle_), &size) ||
+        !SetFilePointerEx(AsHandle(handle_), stay, &place, FILE_CURRENT)) {
+        return ERROR_SEEK;
+    }
+    *n = size.QuadPart > place.QuadPart ? static_cast<UInt64>(size.QuadPart - place.QuadPart) : 0;
+    return 0;
+}
+
+SystemError File::WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept
+{
+    for (*written = 0; *written < n;) {
+        const UInt64 place = offset + *written;
+        OVERLAPPED at = {};
+        at.Offset = static_cast<DWORD>(place);
+        at.OffsetHigh = static_cast<DWORD>(place >> 32);
+        DWORD count = 0;
+        if (!WriteFile(AsHandle(handle_), src + *written, n - *written, &count, &at)) {
+            return LastError();
+        }
+        if (count == 0) {
+            return ERROR_DISK_FULL;
+        }
+        *written += count;
+    }
+    return 0;
+}
+
+SystemError File::Synchronize() noexcept
+{
+    return FlushFileBuffers(AsHandle(handle_)) ? 0 : LastError();
+}
+
+SystemError RenameOver(const UniString& from, const UniString& target)
+{
+    const UniString::UStr source = from.ToUStr();
+    const UniString::UStr place = target.ToUStr();
+    const DWORD how = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+    return MoveFileExW(AsWide(source), AsWide(place), how) ? 0 : LastError();
+}
+
+SystemError RemoveFile(const UniString& path)
+{
+    return DeleteFileW(AsWide(path.ToUStr())) ? 0 : LastError();
+}
+
+SystemError ResolveTarget(const UniString& path, UniString* target)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    *target = path;
+    return IsFolder(AsWide(path.ToUStr())) ? folderNotSupported : 0;
+}
+
+UInt32 GetProcessNumber() noexcept
+{
+    return GetCurrentProcessId();
+}
+
+bool MeansNotFound(SystemError error) noexcept
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_BAD_NETPATH ||
+           error == ERROR_INVALID_DRIVE;
+}
+
+bool MeansAccessDenied(SystemError error) noexcept
+{
+    return error == ERROR_ACCESS_DENIED || error == ERROR_WRITE_PROTECT || error == ERROR_SHARING_VIOLATION;
+}
+
+bool MeansExists(SystemError error) noexcept
+{
+    return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS;
+}
+
+bool MeansDiskFull(SystemError error) noexcept
+{
+    return error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL || error == quotaExceeded ||
+           error == ERROR_FILE_TOO_LARGE;
+}
+
+UniString DescribeError(SystemError error)
+{
+    wchar_t text[512];
+    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS |
+                                      FORMAT_MESSAGE_MAX_WIDTH_MASK,
+                                  nullptr, static_cast<DWORD>(error), 0, text, 512, nullptr);
+    while (length != 0 && text[length - 1] == L' ') {
+        --length;
+    }
+    if (length == 0) {
+        char number[40];
+        std::snprintf(number, sizeof(number), "system error %d", static_cast<int>(error));
+        return UniString(number, UTF8CharCode);
+    }
+    return UniString(reinterpret_cast<const unsigned short*>(text), length);
+}
+
+} // namespace QV::Host::Impl

@@ -1,0 +1,226 @@
+#include <QVRoot/BasicEnvironment/DebugValues.hpp>
+#include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
+#include <QVRoot/MemoryManagement/Core/BackEndChoiceImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
+#include <QVRoot/MemoryManagement/Core/MemoryManagerImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/SystemHeapImpl.hpp>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+namespace QV {
+
+const char* const MemoryManagerSpecificErrorGUID = "84EE582D-9D0C-48D9-B24F-7FF7D5860FDB";
+const char* const MemoryManagerSpecificErrorName = "MemoryManager specific error";
+const char* const AllocationFailureGUID = "30B54E1E-DFBB-4BE5-BE29-2D85D9288976";
+const char* const AllocationFailureName = "Allocation failure";
+
+namespace {
+
+/// The back end's functions, filled once. The allocate slot is written last and tested first.
+struct Slots {
+    std::atomic<void* (*)(USize)> allocate = nullptr;
+    std::atomic<void* (*)(void*, USize)> reallocate = nullptr;
+    std::atomic<void (*)(void*)> free = nullptr;
+};
+
+constinit Slots slots;
+constinit std::atomic<UInt32> failureCount = 0;
+constinit std::atomic<MemoryManager*> instance = nullptr;
+alignas(Impl::MemoryManagerImpl) constinit char instanceStorage[sizeof(Impl::MemoryManagerImpl)] = {};
+
+void FillSlots() noexcept
+{
+    const Impl::BackEnd& backEnd = Impl::GetBackEnd();
+    slots.reallocate.store(backEnd.reallocate, std::memory_order_relaxed);
+    slots.free.store(backEnd.free, std::memory_order_relaxed);
+    slots.allocate.store(backEnd.allocate, std::memory_order_release);
+}
+
+auto GetAllocateSlot() noexcept
+{
+    auto function = slots.allocate.load(std::memory_order_acquire);
+    if (function == nullptr) [[unlikely]] {
+        FillSlots();
+        function = slots.allocate.load(std::memory_order_relaxed);
+    }
+    return function;
+}
+
+auto GetReallocateSlot() noexcept
+{
+    GetAllocateSlot();
+    return slots.reallocate.load(std::memory_order_relaxed);
+}
+
+auto GetFreeSlot() noexcept
+{
+    GetAllocateSlot();
+    return slots.free.load(std::memory_order_relaxed);
+}
+
+void ReportFailure(USize size) noexcept
+{
+    ErrorLog::WriteLine("Allocation failure, requested memory size is % bytes", "QV", "Memory", size);
+    char text[80];
+    std::snprintf(text, sizeof(text), "AllocationFailure: Requested memory size is %llu bytes", size);
+    const UInt32 count = failureCount.fetch_add(1, std::memory_order_relaxed) + 1;
+    if (count < 10) {
+        const SpecificError errors[] = {{MemoryManagerSpecificErrorGUID, MemoryManagerSpecificErrorName},
+                                        {AllocationFailureGUID, AllocationFailureName}};
+        ErrorReporting::Report(text, 0, errors, 2);
+    } else if (count == 10) {
+        ErrorReporting::Report("More Fatal memory errors (not logged)");
+    }
+}
+
+void HandleFinalFailure(USize size, MemoryManager::ExceptionBehaviour behaviour, bool report)
+{
+    if (report) {
+        ReportFailure(size);
+    }
+    if (behaviour == MemoryManager::ThrowOnFailure) {
+        Impl::ThrowAllocationFailure();
+    }
+}
+
+/// Tries again as long as a failure handler says that it released something.
+template <class Attempt>
+void* RetryOrFail(USize size, MemoryManager::ExceptionBehaviour behaviour, bool report, Attempt attempt)
+{
+    // Without an instance nobody has registered anything, and building one now could fail in turn.
+    if (MemoryManager* const manager = instance.load(std::memory_order_acquire)) {
+        while (manager->CallAllocationFailureHandlers(size)) {
+            if (void* const block = attempt()) {
+                return block;
+            }
+        }
+    }
+    HandleFinalFailure(size, behaviour, report);
+    return nullptr;
+}
+
+/// Where an aligned block keeps the address of the block that it was cut from.
+void* LoadRawAddress(const void* block) noexcept
+{
+    void* raw;
+    std::memcpy(&raw, static_cast<const char*>(block) - sizeof(raw), sizeof(raw));
+    return raw;
+}
+
+} // namespace
+
+MemoryAllocationFailureHandler::~MemoryAllocationFailureHandler() = default;
+
+MemoryManager::~MemoryManager() = default;
+
+void* MemoryManager::Allocate(USize size, ExceptionBehaviour behaviour, bool report)
+{
+    const auto allocate = GetAllocateSlot();
+    void* const block = allocate(size);
+    if (block != nullptr) [[likely]] {
+        return block;
+    }
+    return RetryOrFail(size, behaviour, report, [=] { return allocate(size); });
+}
+
+void* MemoryManager::Reallocate(void* block, USize size, ExceptionBehaviour behaviour, bool report)
+{
+    if (block == nullptr) {
+        return GetAllocateSlot()(size);
+    }
+    if (size == 0) {
+        Free(block);
+        return nullptr;
+    }
+    const auto reallocate = GetReallocateSlot();
+    void* const resized = reallocate(block, size);
+    if (resized != nullptr) [[likely]] {
+        return resized;
+    }
+    return RetryOrFail(size, behaviour, report, [=] { return reallocate(block, size); });
+}
+
+void MemoryManager::Free(void* block)
+{
+    GetFreeSlot()(block);
+}
+
+USize MemoryManager::MSize(void* block)
+{
+    return block == nullptr ? 0 : Impl::GetBackEnd().msize(block);
+}
+
+void* MemoryManager::AlignedAllocate(USize size, USize alignment, ExceptionBehaviour behaviour, bool report)
+{
+    const USize overhead = sizeof(void*) + alignment;
+    const bool overflows = overhead < alignment || size + overhead < size;
+    void* const raw = Allocate(overflows ? ~USize{0} : size + overhead, behaviour, report);
+    if (raw == nullptr) {
+        return nullptr;
+    }
+    const USize start = reinterpret_cast<USize>(raw) + sizeof(void*);
+    char* const block = reinterpret_cast<char*>(start + alignment - start % alignment);
+    std::memcpy(block - sizeof(raw), &raw, sizeof(raw));
+    return block;
+}
+
+void MemoryManager::AlignedFree(void* block)
+{
+    Free(LoadRawAddress(block));
+}
+
+USize MemoryManager::AlignedMsize(void* block, USize alignment)
+{
+    return block == nullptr ? 0 : MSize(LoadRawAddress(block)) - sizeof(void*) - alignment;
+}
+
+int MemoryManager::HeapCheck()
+{
+    return Impl::GetBackEnd().heapCheck() ? 1 : 0;
+}
+
+bool MemoryManager::IsDebugAllocationEnabled()
+{
+    if (!MemoryManagerUtil::flagsInitialized) {
+        MemoryManagerUtil::InitializeFlags();
+    }
+    if (!Impl::IsProtectedAllocationEnabled() && !Impl::SystemHeap::IsPageHeapEnabled()) {
+        return false;
+    }
+    return !MemoryManagerUtil::debugAllocationOverridden;
+}
+
+MemoryManager& MemoryManager::GetInstance()
+{
+    MemoryManager* manager = instance.load(std::memory_order_acquire);
+    if (manager == nullptr) {
+        const Impl::CriticalSectionGuard guard(Impl::GetSingletonLock());
+        manager = instance.load(std::memory_order_relaxed);
+        if (manager == nullptr) {
+            // In storage of its own and never destroyed: handlers may be asked until the process ends.
+            manager = new (instanceStorage) Impl::MemoryManagerImpl;
+            instance.store(manager, std::memory_order_release);
+        }
+    }
+    return *manager;
+}
+
+namespace MemoryManagerUtil {
+
+bool flagsInitialized = false;
+bool debugAllocationOverridden = false;
+
+void InitializeFlags()
+{
+    // Two threads may both come here; both find the same value.
+    std::atomic_ref(flagsInitialized).store(true, std::memory_order_relaxed);
+    const bool enforced = DBGetBool(Impl::MemoryManagerSection, "enforceDebugAllocation", true);
+    std::atomic_ref(debugAllocationOverridden).store(!enforced, std::memory_order_relaxed);
+}
+
+} // namespace MemoryManagerUtil
+
+} // namespace QV

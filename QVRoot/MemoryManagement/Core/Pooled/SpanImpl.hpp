@@ -1,0 +1,118 @@
+/// Segments, and the spans of pages that they are divided into.
+///
+/// A segment is 4 MB, aligned to its size; its first pages hold one `Span` for each of its pages. The entry
+/// of a run's first page describes the run, the others only lead back to it. So a block's span is found
+/// from the block's address alone.
+#pragma once
+
+#include <QVRoot/BasicEnvironment/BaseTypes.h>
+#include <QVRoot/MemoryManagement/Core/Pooled/SizeClassesImpl.hpp>
+
+namespace QV::Impl::Pooled {
+
+inline constexpr USize SegmentSize = USize{4} << 20;
+inline constexpr UInt32 PagesPerSegment = SegmentSize / PageSize;
+
+enum class SpanState : UInt8 {
+    Unused,   ///< not the first page of anything
+    Metadata, ///< the segment's own pages
+    Free,     ///< in the page heap
+    Taken,    ///< handed out for the blocks of a class
+};
+
+struct alignas(64) Span {
+    Span* next; ///< in a list of the page heap or of a central list
+    Span* previous;
+    SpanState state;
+    UInt8 sizeClass;
+    UInt16 offset; ///< how many pages the run began before this page
+    UInt16 pageCount;
+    UInt16 freeBlocks;
+    union {
+        UInt64 freedAt; ///< free runs: when the youngest part was freed, in milliseconds
+        struct {
+            UInt16 cutBlocks; ///< blocks: those numbered below have their tag and header
+            bool hasBlocks;   ///< whether the central list has cut it; guarded by that list's lock
+        };
+    };
+    union {
+        UInt64 freeBits[MaxBlocksPerSpan / 64]; ///< blocks: one bit for each that lies in the span
+        struct {
+            Span* younger; ///< free runs with resident pages, by age
+            Span* older;
+            bool isAging; ///< whether it is in that list
+        };
+    };
+};
+static_assert(sizeof(Span) == 64);
+
+struct Segment {
+    Segment* next;
+    Segment* previous;
+    UInt64 absentBits[PagesPerSegment / 64]; ///< free pages that have no memory behind them
+    UInt8 classOfPage[PagesPerSegment];      ///< of taken pages: packed, since every free looks here
+    Span spans[PagesPerSegment];
+};
+
+inline constexpr UInt32 MetadataPages = (sizeof(Segment) + PageSize - 1) / PageSize;
+inline constexpr UInt32 UsablePages = PagesPerSegment - MetadataPages;
+
+/// A list through the spans' links. Zero-initialised it is empty.
+class SpanList {
+public:
+    Span* GetFirst() const noexcept { return first_; }
+
+    void PushFront(Span* span) noexcept
+    {
+        span->previous = nullptr;
+        span->next = first_;
+        (first_ != nullptr ? first_->previous : last_) = span;
+        first_ = span;
+    }
+    void PushBack(Span* span) noexcept
+    {
+        span->next = nullptr;
+        span->previous = last_;
+        (last_ != nullptr ? last_->next : first_) = span;
+        last_ = span;
+    }
+    void Remove(Span* span) noexcept
+    {
+        (span->previous != nullptr ? span->previous->next : first_) = span->next;
+        (span->next != nullptr ? span->next->previous : last_) = span->previous;
+    }
+
+private:
+    Span* first_ = nullptr;
+    Span* last_ = nullptr;
+};
+
+inline Segment* GetSegment(const void* address) noexcept
+{
+    return reinterpret_cast<Segment*>(reinterpret_cast<USize>(address) & ~(SegmentSize - 1));
+}
+
+inline UInt32 GetPageIndex(const Span* span) noexcept
+{
+    return static_cast<UInt32>(span - GetSegment(span)->spans);
+}
+
+inline char* GetStart(const Span* span) noexcept
+{
+    return reinterpret_cast<char*>(GetSegment(span)) + USize{GetPageIndex(span)} * PageSize;
+}
+
+/// The page of its segment that an address lies in.
+inline UInt32 FindPage(const void* address) noexcept
+{
+    return static_cast<UInt32>((reinterpret_cast<USize>(address) & (SegmentSize - 1)) / PageSize);
+}
+
+/// The span that holds an address of a segment.
+inline Span* GetSpan(const void* address) noexcept
+{
+    Span* const page = &GetSegment(address)->spans[FindPage(address)];
+    return page - page->offset;
+}
+
+} // namespace QV::Impl::Pooled

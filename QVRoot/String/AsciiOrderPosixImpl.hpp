@@ -1,0 +1,33 @@
+/// The order of ASCII characters in a locale, taken from its collator once: most comparisons meet nothing
+/// else and need not ask the collator then.
+#pragma once
+
+#include <QVRoot/String/PlatformTextImpl.hpp>
+
+#include <unicode/ucol.h>
+
+#include <optional>
+
+namespace QV::Impl {
+
+class AsciiOrder {
+public:
+    /// Reads the order from a collator of tertiary strength. Where the locale gives sequences of ASCII
+    /// characters an order of their own ("ch" in Czech), the result answers nothing.
+    void Learn(const UCollator* collator) noexcept;
+
+    /// What the collator would answer, or nothing when the texts hold more than it takes ASCII to decide.
+    std::optional<TextOrder> Compare(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                                     bool ignoreCase) const noexcept;
+
+private:
+    bool IsDecided(const UInt16* text, int length, int position) const noexcept;
+
+    static constexpr UInt32 count = 0x80;
+
+    bool usable_ = false;
+    UInt8 letters_[count] = {}; ///< rank without regard to case; 0 for what the collator ignores
+    UInt8 ranks_[count] = {};
+};
+
+} // namespace QV::Impl

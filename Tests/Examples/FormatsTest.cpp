@@ -1,0 +1,131 @@
+// The worked examples of docs/formats.md, against the bytes that the library writes.
+
+#include <Examples/Tour/Archive.hpp>
+#include <Examples/Tour/Document.hpp>
+#include <Host/MarkingMemOChannel.hpp>
+#include <Tests/Support/TemporaryFolder.hpp>
+
+#include <functional>
+#include <map>
+#include <sstream>
+
+namespace QV {
+
+namespace {
+
+/// A class as the documentation describes it.
+class Wall : public Object {
+public:
+    explicit Wall(ClassVersion version) : info_("Wall", {1, 2}, Guid(), version, version) {}
+
+    const ClassInfo* GetClassInfo() const override { return &info_; }
+    QVErrCode Write(OChannel& oc) const override
+    {
+        const OutputFrame frame(oc, info_);
+        oc << UInt16{275};
+        return oc.GetOutputStatus();
+    }
+
+private:
+    ClassInfo info_;
+};
+
+Array<Tour::Document> MakeExampleDocuments()
+{
+    Array<Tour::Document> documents;
+    documents.Emplace(UniString(u"a"), UniString(u"Hi\n\n\u00DF!"));
+    return documents;
+}
+
+using Writer = std::function<void(OChannel&)>;
+
+const std::map<std::string, Writer> writers = {
+    {"char 'A'", [](OChannel& oc) { oc << 'A'; }},
+    {"bool true", [](OChannel& oc) { oc << true; }},
+    {"Int16 -2", [](OChannel& oc) { oc << Int16{-2}; }},
+    {"UInt32 66051", [](OChannel& oc) { oc << UInt32{66051}; }},
+    {"long -2", [](OChannel& oc) { oc << -2l; }},
+    {"Int64 -2", [](OChannel& oc) { oc << Int64{-2}; }},
+    {"float 1.5", [](OChannel& oc) { oc << 1.5f; }},
+    {"double -2.75", [](OChannel& oc) { oc << -2.75; }},
+    {"long double 1", [](OChannel& oc) { oc << 1.0l; }},
+    {"text abc", [](OChannel& oc) { oc << "abc"; }},
+    {"Guid 00112233-4455-6677-8899-AABBCCDDEEFF",
+     [](OChannel& oc) {
+         oc << Guid(0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF});
+     }},
+    {"ClassVersion 3.1",
+     [](OChannel& oc) {
+         ClassVersion{3, 1}.Write(oc);
+     }},
+    {"ClassType 1, 2",
+     [](OChannel& oc) {
+         ClassType{1, 2}.Write(oc);
+     }},
+    {"block with abc",
+     [](OChannel& oc) {
+         oc.OpenBlock();
+         oc << 'a' << 'b' << 'c';
+         oc.CloseBlock();
+     }},
+    {"object of version 2.0",
+     [](OChannel& oc) {
+         oc << Wall({2, 0});
+     }},
+    {"object of version 3.1",
+     [](OChannel& oc) {
+         oc << Wall({3, 1});
+     }},
+    {"UniString", [](OChannel& oc) { oc << UniString(); }},
+    {"UniString A\u00DF\U0001F600", [](OChannel& oc) { oc << UniString(u"A\u00DF\U0001F600"); }},
+    {"archive", [](OChannel& oc) { Tour::WriteArchive(oc, MakeExampleDocuments()); }},
+};
+
+/// The fenced blocks that are marked "hex NAME": pairs of digits, then at most a remark behind two spaces.
+std::map<std::string, std::string> ReadExamples()
+{
+    std::map<std::string, std::string> examples;
+    std::ifstream file(std::filesystem::path(QV_SOURCE_FOLDER) / "docs/formats.md", std::ios::binary);
+    std::string* bytes = nullptr;
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with("```hex ")) {
+            bytes = &examples[line.substr(7)];
+        } else if (line.starts_with("```")) {
+            bytes = nullptr;
+        } else if (bytes != nullptr) {
+            std::istringstream pairs(line.substr(0, line.find("  ")));
+            for (std::string pair; pairs >> pair;) {
+                *bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
+            }
+        }
+    }
+    return examples;
+}
+
+std::string ToHex(std::string_view bytes)
+{
+    std::string text;
+    for (const char c : bytes) {
+        constexpr char digits[] = "0123456789ABCDEF";
+        const auto byte = static_cast<unsigned char>(c);
+        text += {digits[byte >> 4], digits[byte & 15], ' '};
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(Formats, TheWorkedExamplesAreWhatIsWritten)
+{
+    const std::map<std::string, std::string> examples = ReadExamples();
+    EXPECT_EQ(examples.size(), writers.size());
+    for (const auto& [name, bytes] : examples) {
+        const auto writer = writers.find(name);
+        ASSERT_NE(writer, writers.end()) << name;
+        Host::MarkingMemOChannel out;
+        writer->second(out);
+        EXPECT_EQ(ToHex({out.GetData(), out.GetSize()}), ToHex(bytes)) << name;
+    }
+}
+
+} // namespace QV
