@@ -1,3 +1,5 @@
+#include "Tests/Support/TemporaryFolder.hpp"
+
 #include <QVRoot/BasicEnvironment/DebugValues.hpp>
 #include <QVRoot/BasicEnvironment/ErrorCodes.h>
 #include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
@@ -409,7 +411,8 @@ TEST_F(BlockMemoryTest, EveryFailedAllocationLeavesAllAsItWas)
 
 TEST_F(BlockMemoryTest, HeapDumpWritesFramesListAndSums)
 {
-    const std::string path = testing::TempDir() + "QVBlockMemoryDump.txt";
+    const QV::Test::TemporaryFolder folder;
+    const std::string path = (folder / "dump.txt").string();
     const auto dump = [&](UInt32 flags) {
         BMDumpHeap(path.c_str(), flags);
         std::ifstream file(path, std::ios::binary);
@@ -444,7 +447,6 @@ TEST_F(BlockMemoryTest, HeapDumpWritesFramesListAndSums)
     std::snprintf(line, sizeof(line), "0x%016llX\t00070016\r\n", reinterpret_cast<USize>(large));
     EXPECT_EQ(list.find(line) != list.npos, text.find(sum("Alltogether", 0, 0)) == text.npos);
     EXPECT_EQ(dump(BMDumpNewFile), title);
-    std::remove(path.c_str());
     static std::string output;
     const DebugOutputSink sink = DBSetOutputSink([](const char* written) { output += written; });
     BMDumpHeap(nullptr, BMDumpNewFile | BMDumpReserved | BMDumpAllSizes);
