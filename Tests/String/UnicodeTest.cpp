@@ -1,4 +1,6 @@
 #include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
+#include <QVRoot/Exceptions/QVException.hpp>
+#include <QVRoot/String/UniString.hpp>
 #include <QVRoot/String/Unicode.hpp>
 
 #include <gtest/gtest.h>
@@ -257,4 +259,30 @@ TEST(UnicodeDeathTest, ReportsTwentyIllegalSequencesPerProcess)
 }
 
 } // namespace
+TEST(Unicode, AConversionObjectHoldsItsResult)
+{
+    using Unicode::ConvertUTF8ToUTF16;
+    const auto unitsOf = [](const std::string& text, int length) {
+        const ConvertUTF8ToUTF16 converted(text.c_str(), length);
+        return UniString(static_cast<const unsigned short*>(converted));
+    };
+    EXPECT_EQ(unitsOf("a\xC3\xA4", -1), u"a\u00E4");
+    EXPECT_EQ(unitsOf("abc", 2), u"ab");
+    EXPECT_EQ(unitsOf("abc", 0), u"");
+    EXPECT_EQ(unitsOf("", -1), u"");
+    EXPECT_EQ(unitsOf(std::string(259, 'x'), -1).GetLength(), 259u);
+    EXPECT_EQ(unitsOf(std::string(5000, 'x'), -1).GetLength(), 5000u);
+    EXPECT_EQ(static_cast<const unsigned short*>(ConvertUTF8ToUTF16(nullptr, 5)), nullptr);
+    for (const std::string& illegal :
+         {std::string("\xFF"), std::string(400, '\x80'), std::string("a\xED\xA0\x80")}) {
+        try {
+            unitsOf(illegal, -1);
+            ADD_FAILURE();
+        } catch (const QVException& e) {
+            EXPECT_EQ(e.GetMessage(), u"QV::Unicode::ConvertUTF8ToUTF16: Conversion Error! ErrorCode:");
+            EXPECT_STREQ(e.GetFileName(), "String/Unicode");
+        }
+    }
+}
+
 } // namespace QV

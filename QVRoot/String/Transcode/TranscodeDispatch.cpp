@@ -26,6 +26,12 @@ UInt32 ListTranscodeKernels(const TranscodeKernels* (&list)[maxTranscodeKernels]
     if (CpuFeatures::HasAvx512Vbmi2()) {
         list[count++] = &transcodeAvx512;
     }
+    if (CpuFeatures::HasAvx2()) {
+        list[count++] = &transcodeAvx2;
+    }
+    if (CpuFeatures::HasSse42()) {
+        list[count++] = &transcodeSse42;
+    }
     list[count++] = &transcodePortable;
     return count;
 }

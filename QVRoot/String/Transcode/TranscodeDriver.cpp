@@ -20,40 +20,92 @@ const Unit* GetPlainStop(const Unit* position, const Unit* end) noexcept
     return end - position < plainUnits ? end : position + plainUnits;
 }
 
-/// Runs a conversion to the end of the source. Answers 1 or the error.
-template <class Job>
-int Run(Job& job, void (*kernel)(Job&), auto plainly) noexcept
+/// What a conversion from UTF-8 needs besides its texts.
+struct DecodeRules {
+    const TranscodeKernels& kernels;
+    bool strict;
+
+    TranscodeProgress RunKernel(const Decoding& job) const noexcept
+    {
+        const USize left = static_cast<USize>(job.sourceEnd - job.source);
+        return job.target == nullptr
+                   ? kernels.count(job.source, left)
+                   : kernels.decode(job.source, left, job.target + job.produced, job.room - job.produced);
+    }
+    int RunPlainly(Decoding& job, const UInt8* stop) const noexcept
+    {
+        return DecodePlainly(job, stop, strict);
+    }
+};
+
+/// The same towards UTF-8.
+struct EncodeRules {
+    const TranscodeKernels& kernels;
+    bool strict;
+    bool zeroEnds;
+
+    TranscodeProgress RunKernel(const Encoding& job) const noexcept
+    {
+        const USize left = static_cast<USize>(job.sourceEnd - job.source);
+        return job.target == nullptr
+                   ? kernels.measure(job.source, left)
+                   : kernels.encode(job.source, left, job.target + job.produced, job.room - job.produced);
+    }
+    int RunPlainly(Encoding& job, const UInt16* stop) const noexcept
+    {
+        return EncodePlainly(job, stop, strict, zeroEnds);
+    }
+};
+
+/// Goes on where the kernel stopped, to the end of the source. Answers 1 or the error.
+template <class Job, class Rules>
+[[gnu::noinline, gnu::cold]] int GoOn(Job& job, const Rules& rules) noexcept
 {
     for (;;) {
-        kernel(job);
-        if (job.source == job.sourceEnd) [[likely]] {
-            return 1;
-        }
-        const int result = plainly(job, GetPlainStop(job.source, job.sourceEnd));
+        const int result = rules.RunPlainly(job, GetPlainStop(job.source, job.sourceEnd));
         if (result < 1 || job.source == job.sourceEnd) {
             return result;
         }
-    }
-}
-
-/// The result for a count, the terminator included.
-int GetResult(USize count, bool zeroEnds) noexcept
-{
-    count += zeroEnds ? 1 : 0;
-    return count > INT_MAX ? static_cast<int>(ConversionError::DestinationTooSmall) : static_cast<int>(count);
-}
-
-/// Ends a conversion that has reached the end of its source.
-template <class Unit>
-int Finish(Unit* begin, Unit* position, const Unit* end, bool zeroEnds) noexcept
-{
-    if (zeroEnds) {
-        if (position == end) {
-            return ConversionError::DestinationTooSmall;
+        const TranscodeProgress progress = rules.RunKernel(job);
+        job.source += progress.read;
+        job.produced += progress.produced;
+        if (job.source == job.sourceEnd) {
+            return 1;
         }
-        *position++ = 0;
     }
-    return static_cast<int>(position - begin);
+}
+
+/// Runs a conversion to the end, the terminator included where there is one. Answers the units produced or
+/// the error; then `trouble` is the offset of the offending sequence.
+template <class SourceUnit, class TargetUnit, class Rules>
+[[gnu::always_inline]] inline int Convert(const SourceUnit* source, USize length, TargetUnit* target,
+                                          USize room, bool zeroEnds, const Rules& rules,
+                                          USize& trouble) noexcept
+{
+    Transcoding<SourceUnit, TargetUnit> job = {source, source + length, target, room, 0};
+    const TranscodeProgress progress = rules.RunKernel(job);
+    USize produced = progress.produced;
+    if (progress.read != length) [[unlikely]] {
+        job.source += progress.read;
+        job.produced = produced;
+        const int result = GoOn(job, rules);
+        if (result < 1) {
+            trouble = static_cast<USize>(job.source - source);
+            return result;
+        }
+        produced = job.produced;
+    }
+    if (zeroEnds) {
+        if (target != nullptr) {
+            if (produced == room) {
+                return ConversionError::DestinationTooSmall;
+            }
+            target[produced] = 0;
+        }
+        ++produced;
+    }
+    return produced > INT_MAX ? static_cast<int>(ConversionError::DestinationTooSmall)
+                              : static_cast<int>(produced);
 }
 
 } // namespace
@@ -69,47 +121,25 @@ int ConvertToUtf16(const TranscodeKernels& kernels, const char* text, int source
     }
     const bool zeroEnds = sourceLength < 0;
     const USize length = zeroEnds ? std::strlen(text) : static_cast<USize>(sourceLength);
-    const UInt8* const source = reinterpret_cast<const UInt8*>(text);
-    if (targetLength > 0) {
-        Utf8Decoding job = {source, source + length, target, target + targetLength};
-        const int result = Run(job, kernels.decode, [strict](Utf8Decoding& rest, const UInt8* stop) {
-            return DecodePlainly(rest, stop, strict);
-        });
-        trouble = static_cast<USize>(job.source - source);
-        return result < 1 ? result : Finish(target, job.target, job.targetEnd, zeroEnds);
-    }
-    Utf8Counting job = {source, source + length, 0};
-    const int result = Run(job, kernels.count, [strict](Utf8Counting& rest, const UInt8* stop) {
-        return CountPlainly(rest, stop, strict);
-    });
-    trouble = static_cast<USize>(job.source - source);
-    return result < 1 ? result : GetResult(job.units, zeroEnds);
+    return Convert(reinterpret_cast<const UInt8*>(text), length, targetLength == 0 ? nullptr : target,
+                   static_cast<USize>(targetLength), zeroEnds, DecodeRules{kernels, strict}, trouble);
 }
 
-int ConvertToUtf8(const TranscodeKernels& kernels, const unsigned short* source, int sourceLength,
-                  char* target, int targetLength, bool strict) noexcept
+int ConvertToUtf8(const TranscodeKernels& kernels, const unsigned short* source, int sourceLength, char* text,
+                  int targetLength, bool strict) noexcept
 {
     if (source == nullptr || sourceLength == 0 || sourceLength < -1) {
         return 0;
     }
-    if (targetLength < 0 || (targetLength > 0 && target == nullptr)) {
+    if (targetLength < 0 || (targetLength > 0 && text == nullptr)) {
         return ConversionError::DestinationTooSmall;
     }
     const bool zeroEnds = sourceLength < 0;
     const USize length = zeroEnds ? kernels.length16(source) : static_cast<USize>(sourceLength);
-    if (targetLength > 0) {
-        UInt8* const begin = reinterpret_cast<UInt8*>(target);
-        Utf8Encoding job = {source, source + length, begin, begin + targetLength};
-        const int result = Run(job, kernels.encode, [=](Utf8Encoding& rest, const UInt16* stop) {
-            return EncodePlainly(rest, stop, strict, zeroEnds);
-        });
-        return result < 1 ? result : Finish(begin, job.target, job.targetEnd, zeroEnds);
-    }
-    Utf8Measuring job = {source, source + length, 0};
-    const int result = Run(job, kernels.measure, [=](Utf8Measuring& rest, const UInt16* stop) {
-        return MeasurePlainly(rest, stop, strict, zeroEnds);
-    });
-    return result < 1 ? result : GetResult(job.bytes, zeroEnds);
+    USize trouble;
+    return Convert(source, length, targetLength == 0 ? nullptr : reinterpret_cast<UInt8*>(text),
+                   static_cast<USize>(targetLength), zeroEnds, EncodeRules{kernels, strict, zeroEnds},
+                   trouble);
 }
 
 } // namespace QV::Impl

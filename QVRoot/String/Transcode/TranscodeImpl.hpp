@@ -14,44 +14,23 @@
 
 namespace QV::Impl {
 
-/// How far a conversion from UTF-8 came; both sides stand between sequences.
-struct Utf8Decoding {
-    const UInt8* source;
-    const UInt8* sourceEnd;
-    UInt16* target;
-    UInt16* targetEnd;
-};
-
-/// How far the counting of a conversion from UTF-8 came.
-struct Utf8Counting {
-    const UInt8* source;
-    const UInt8* sourceEnd;
-    USize units;
-};
-
-/// How far a conversion to UTF-8 came.
-struct Utf8Encoding {
-    const UInt16* source;
-    const UInt16* sourceEnd;
-    UInt8* target;
-    UInt8* targetEnd;
-};
-
-/// How far the counting of a conversion to UTF-8 came.
-struct Utf8Measuring {
-    const UInt16* source;
-    const UInt16* sourceEnd;
-    USize bytes;
+/// How far a kernel came, from and to a border between sequences.
+struct TranscodeProgress {
+    USize read;
+    USize produced;
 };
 
 /// What one instruction set offers.
 struct TranscodeKernels {
     const char* name;
 
-    void (*decode)(Utf8Decoding& job);
-    void (*count)(Utf8Counting& job);
-    void (*encode)(Utf8Encoding& job);
-    void (*measure)(Utf8Measuring& job);
+    /// From UTF-8, and the same without writing.
+    TranscodeProgress (*decode)(const UInt8* source, USize length, UInt16* target, USize room);
+    TranscodeProgress (*count)(const UInt8* source, USize length);
+
+    /// To UTF-8, and the same without writing.
+    TranscodeProgress (*encode)(const UInt16* source, USize length, UInt8* target, USize room);
+    TranscodeProgress (*measure)(const UInt16* source, USize length);
 
     bool (*isAscii8)(const char* text, USize length);
     bool (*isAscii16)(const unsigned short* text, USize length);
@@ -87,6 +66,15 @@ enum class TranscodeWord {
 
 extern const TranscodeOperands transcodeOperands;
 
+/// Shuffles of 16 bytes that put the bytes in use together, by the mask of what is in use.
+struct TranscodeShuffles {
+    alignas(16) UInt8 units[256][16];      ///< of 8 units, those in the mask
+    alignas(16) UInt8 twoBytes[256][16];   ///< of 8 pairs of bytes the first, and in the mask the second
+    alignas(16) UInt8 threeBytes[256][16]; ///< of 4 groups of bytes: 0 by the low bits, 2, 3 by the high bits
+};
+
+extern const TranscodeShuffles transcodeShuffles;
+
 /// The kernels of each set; what the processor lacks must not be called.
 extern const TranscodeKernels transcodePortable;
 extern const TranscodeKernels transcodeSse42;
@@ -100,15 +88,25 @@ const TranscodeKernels& GetTranscodeKernels() noexcept;
 constexpr UInt32 maxTranscodeKernels = 4;
 UInt32 ListTranscodeKernels(const TranscodeKernels* (&list)[maxTranscodeKernels]) noexcept;
 
+/// A conversion between kernels and plain code. Only `produced` moves when nothing is written.
+template <class SourceUnit, class TargetUnit>
+struct Transcoding {
+    const SourceUnit* source;
+    const SourceUnit* sourceEnd;
+    TargetUnit* target; ///< null to count only
+    USize room;
+    USize produced;
+};
+using Decoding = Transcoding<UInt8, UInt16>;
+using Encoding = Transcoding<UInt16, UInt8>;
+
 /// The plain code that goes on where a kernel stopped: it converts sequences until the source stands at or
 /// behind `stop`. Answers 1 then, otherwise the `ConversionError` with the source at the offending sequence.
-int DecodePlainly(Utf8Decoding& job, const UInt8* stop, bool strict) noexcept;
-int CountPlainly(Utf8Counting& job, const UInt8* stop, bool strict) noexcept;
+int DecodePlainly(Decoding& job, const UInt8* stop, bool strict) noexcept;
 
 /// The same towards UTF-8. `zeroEnds` tells that the source is zero-terminated, where an unpaired high
 /// surrogate at the end is judged differently.
-int EncodePlainly(Utf8Encoding& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept;
-int MeasurePlainly(Utf8Measuring& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept;
+int EncodePlainly(Encoding& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept;
 
 /// The converters with a given set of kernels, without reports. On an error of `UTF8ToUTF16`, `trouble`
 /// receives the offset of the offending sequence.

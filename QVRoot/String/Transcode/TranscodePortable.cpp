@@ -267,18 +267,18 @@ const UInt8* DecodeInOrder(const UInt8* position, const UInt8* end, Sink& sink) 
     return position;
 }
 
-void PortableDecode(Utf8Decoding& job)
+TranscodeProgress PortableDecode(const UInt8* source, USize length, UInt16* target, USize room)
 {
-    UnitWriter writer = {job.target, job.targetEnd};
-    job.source = DecodeInOrder(job.source, job.sourceEnd, writer);
-    job.target = writer.target;
+    UnitWriter writer = {target, target + room};
+    const UInt8* const position = DecodeInOrder(source, source + length, writer);
+    return {static_cast<USize>(position - source), static_cast<USize>(writer.target - target)};
 }
 
-void PortableCount(Utf8Counting& job)
+TranscodeProgress PortableCount(const UInt8* source, USize length)
 {
-    UnitCounter counter = {job.units};
-    job.source = DecodeInOrder(job.source, job.sourceEnd, counter);
-    job.units = counter.units;
+    UnitCounter counter = {0};
+    const UInt8* const position = DecodeInOrder(source, source + length, counter);
+    return {static_cast<USize>(position - source), counter.units};
 }
 
 /// Converts strictly as far as that goes.
@@ -300,18 +300,18 @@ const UInt16* EncodeInOrder(const UInt16* position, const UInt16* end, Sink& sin
     return position;
 }
 
-void PortableEncode(Utf8Encoding& job)
+TranscodeProgress PortableEncode(const UInt16* source, USize length, UInt8* target, USize room)
 {
-    ByteWriter writer = {job.target, job.targetEnd};
-    job.source = EncodeInOrder(job.source, job.sourceEnd, writer);
-    job.target = writer.target;
+    ByteWriter writer = {target, target + room};
+    const UInt16* const position = EncodeInOrder(source, source + length, writer);
+    return {static_cast<USize>(position - source), static_cast<USize>(writer.target - target)};
 }
 
-void PortableMeasure(Utf8Measuring& job)
+TranscodeProgress PortableMeasure(const UInt16* source, USize length)
 {
-    ByteCounter counter = {job.bytes};
-    job.source = EncodeInOrder(job.source, job.sourceEnd, counter);
-    job.bytes = counter.bytes;
+    ByteCounter counter = {0};
+    const UInt16* const position = EncodeInOrder(source, source + length, counter);
+    return {static_cast<USize>(position - source), counter.bytes};
 }
 
 bool PortableIsAscii8(const char* text, USize length)
@@ -369,35 +369,31 @@ USize PortableLength16(const unsigned short* text)
 
 } // namespace
 
-int DecodePlainly(Utf8Decoding& job, const UInt8* stop, bool strict) noexcept
+int DecodePlainly(Decoding& job, const UInt8* stop, bool strict) noexcept
 {
-    UnitWriter writer = {job.target, job.targetEnd};
+    if (job.target == nullptr) {
+        UnitCounter counter = {job.produced};
+        const int result = DecodeSequences(job.source, job.sourceEnd, stop, counter, strict);
+        job.produced = counter.units;
+        return result;
+    }
+    UnitWriter writer = {job.target + job.produced, job.target + job.room};
     const int result = DecodeSequences(job.source, job.sourceEnd, stop, writer, strict);
-    job.target = writer.target;
+    job.produced = static_cast<USize>(writer.target - job.target);
     return result;
 }
 
-int CountPlainly(Utf8Counting& job, const UInt8* stop, bool strict) noexcept
+int EncodePlainly(Encoding& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept
 {
-    UnitCounter counter = {job.units};
-    const int result = DecodeSequences(job.source, job.sourceEnd, stop, counter, strict);
-    job.units = counter.units;
-    return result;
-}
-
-int EncodePlainly(Utf8Encoding& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept
-{
-    ByteWriter writer = {job.target, job.targetEnd};
+    if (job.target == nullptr) {
+        ByteCounter counter = {job.produced};
+        const int result = EncodeSequences(job.source, job.sourceEnd, stop, counter, strict, zeroEnds);
+        job.produced = counter.bytes;
+        return result;
+    }
+    ByteWriter writer = {job.target + job.produced, job.target + job.room};
     const int result = EncodeSequences(job.source, job.sourceEnd, stop, writer, strict, zeroEnds);
-    job.target = writer.target;
-    return result;
-}
-
-int MeasurePlainly(Utf8Measuring& job, const UInt16* stop, bool strict, bool zeroEnds) noexcept
-{
-    ByteCounter counter = {job.bytes};
-    const int result = EncodeSequences(job.source, job.sourceEnd, stop, counter, strict, zeroEnds);
-    job.bytes = counter.bytes;
+    job.produced = static_cast<USize>(writer.target - job.target);
     return result;
 }
 

@@ -18,8 +18,54 @@ constexpr TranscodeOperands MakeOperands()
     return operands;
 }
 
+/// A shuffle that is filled from its beginning; what is left of it makes zeros.
+class ShuffleMaker {
+public:
+    constexpr explicit ShuffleMaker(UInt8 (&shuffle)[16]) : shuffle_(shuffle)
+    {
+        for (UInt8& index : shuffle) {
+            index = 0x80;
+        }
+    }
+
+    constexpr void Take(UInt32 index, bool isUsed)
+    {
+        if (isUsed) {
+            shuffle_[count_++] = static_cast<UInt8>(index);
+        }
+    }
+
+private:
+    UInt8 (&shuffle_)[16];
+    UInt32 count_ = 0;
+};
+
+constexpr TranscodeShuffles MakeShuffles()
+{
+    TranscodeShuffles shuffles = {};
+    for (UInt32 mask = 0; mask < 256; ++mask) {
+        ShuffleMaker units(shuffles.units[mask]);
+        ShuffleMaker twoBytes(shuffles.twoBytes[mask]);
+        for (UInt32 i = 0; i < 8; ++i) {
+            const bool isSet = (mask >> i & 1) != 0;
+            units.Take(2 * i, isSet);
+            units.Take(2 * i + 1, isSet);
+            twoBytes.Take(2 * i, true);
+            twoBytes.Take(2 * i + 1, isSet);
+        }
+        ShuffleMaker threeBytes(shuffles.threeBytes[mask]);
+        for (UInt32 i = 0; i < 4; ++i) {
+            threeBytes.Take(4 * i, (mask >> i & 1) != 0);
+            threeBytes.Take(4 * i + 2, true);
+            threeBytes.Take(4 * i + 3, (mask >> (i + 4) & 1) != 0);
+        }
+    }
+    return shuffles;
+}
+
 } // namespace
 
+constinit const TranscodeShuffles transcodeShuffles = MakeShuffles();
 constinit const TranscodeOperands transcodeOperands = MakeOperands();
 
 } // namespace QV::Impl
