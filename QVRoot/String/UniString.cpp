@@ -2,11 +2,17 @@
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
 #include <QVRoot/String/UniString.hpp>
+#include <QVRoot/String/UniStringBufferImpl.hpp>
 
 #include <algorithm>
 #include <cstring>
 
 namespace QV {
+
+void Impl::ThrowNullText()
+{
+    QV_THROW(NullPointerException, "UniString: text is null");
+}
 
 namespace {
 
@@ -29,7 +35,7 @@ template <class Unit>
 const Unit* RequireText(const Unit* text)
 {
     if (text == nullptr) {
-        QV_THROW(NullPointerException, "UniString: text is null");
+        Impl::ThrowNullText();
     }
     return text;
 }
@@ -104,22 +110,9 @@ UniString::UniString(const char* text, unsigned int byteCount, QVCharCode code) 
 
 UniString::UniString(const unsigned short* text) : UniString(text, TerminatedLength(RequireText(text))) {}
 
-UniString::UniString(const unsigned short* text, unsigned int count)
-    : buffer_(AllocateBuffer((RequireText(text), count)))
-{
-    CopyUnits(buffer_->content, text, count);
-    if (count != 0) {
-        buffer_->length = count;
-    }
-}
+UniString::UniString(const char16_t* text) : UniString(AsUnits(text)) {}
 
-UniString::UniString(const char16_t* text) : UniString(AsUnits(text))
-{
-}
-
-UniString::UniString(const char16_t* text, unsigned int count) : UniString(AsUnits(text), count)
-{
-}
+UniString::UniString(const char16_t* text, unsigned int count) : UniString(AsUnits(text), count) {}
 
 UniString::UniString(std::u16string_view text)
     : UniString(text.empty() ? EmptyBuffer()->content : AsUnits(text.data()),

@@ -116,12 +116,15 @@ public:
     void Append(UniChar c)
     {
         SharedBuffer* const buffer = buffer_;
-        if (buffer != nullptr && buffer->length < buffer->capacity && buffer->refCounter.Get() == 1)
-            [[likely]] {
-            buffer->content[buffer->length++] = c;
-        } else {
-            AppendToNewBuffer(c);
+        if (buffer != nullptr && buffer->refCounter.Get() == 1) [[likely]] {
+            const UInt32 length = buffer->length;
+            if (length < buffer->capacity) [[likely]] {
+                buffer->content[length] = c;
+                buffer->length = length + 1;
+                return;
+            }
         }
+        AppendToNewBuffer(c);
     }
     void Append(const UniString& source, unsigned int start = 0, unsigned int count = Npos);
     void Append(const char* text, QVCharCode code = DefaultCharCode);
@@ -254,6 +257,8 @@ private:
     void AppendToNewBuffer(UniChar c);
     bool PointsInside(const unsigned short* text) const noexcept;
     bool HasEqualUnits(const UniString& other) const noexcept;
+    bool TryWriteImage(OChannel& oc) const noexcept;
+    bool TryReadImage(IChannel& ic);
     QVErrCode ReadUnits(IChannel& ic, UInt32 length);
     QVErrCode ReadUnitsInto(IChannel& ic, UInt32 first, UInt32 end);
 

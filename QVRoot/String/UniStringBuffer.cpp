@@ -1,6 +1,7 @@
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
 #include <QVRoot/String/CachedAllocatorImpl.hpp>
 #include <QVRoot/String/UniString.hpp>
+#include <QVRoot/String/UniStringBufferImpl.hpp>
 
 #include <SingleThreadedImpl.hpp>
 
@@ -19,12 +20,13 @@ constexpr UInt64 maxUnits = 0x7FFFFFF0;
 /// From this many units on, and only when half of the buffer or more is idle, shrinking pays.
 constexpr UInt32 minShrinkUnits = 34;
 
+constexpr UInt32 largestCachedSize = 80;
+
 /// Size classes in front of the cache. A size that is exactly a class moves up to the next one, so that a
 /// buffer always has a unit to spare for a terminator.
 UInt32 RoundUpSmallSize(UInt32 size) noexcept
 {
-    constexpr UInt32 largestClass = 80;
-    return size >= largestClass ? size : std::max(32u, (size / 16 + 1) * 16);
+    return size >= largestCachedSize ? size : std::max(32u, (size / 16 + 1) * 16);
 }
 
 /// An atomic increment or decrement costs a locked bus cycle; while there is one thread, a plain one does.
@@ -43,6 +45,20 @@ UInt32 SubtractCount(TSRefCounter& counter) noexcept
         return counter.DecrementNonAtomic();
     }
     return counter.Decrement();
+}
+
+/// Copies without a call what is short.
+void CopyUnits(unsigned short* to, const unsigned short* from, UInt32 count) noexcept
+{
+    constexpr UInt32 group = 8;
+    if (count >= group && count <= 4 * group) {
+        for (UInt32 i = 0; i + group < count; i += group) {
+            std::memcpy(to + i, from + i, group * sizeof(unsigned short));
+        }
+        std::memcpy(to + count - group, from + count - group, group * sizeof(unsigned short));
+    } else if (count != 0) {
+        std::memcpy(to, from, count * sizeof(unsigned short));
+    }
 }
 
 } // namespace
@@ -68,6 +84,18 @@ UniString::UniString() noexcept : buffer_(ShareEmptyBuffer()) {}
 UniString::UniString(const UniString& other) noexcept
     : buffer_(other.buffer_ == nullptr ? ShareEmptyBuffer() : ShareBuffer(other.buffer_))
 {
+}
+
+UniString::UniString(const unsigned short* text, unsigned int count)
+{
+    if (text == nullptr) [[unlikely]] {
+        Impl::ThrowNullText();
+    }
+    buffer_ = AllocateBuffer(count);
+    if (count != 0) {
+        CopyUnits(buffer_->content, text, count);
+        buffer_->length = count;
+    }
 }
 
 UniString::~UniString()
@@ -105,7 +133,7 @@ UniString::SharedBuffer* UniString::AllocateBuffer(UInt32 count)
         MemoryManager::Allocate(~USize{0}, MemoryManager::ThrowOnFailure, true);
     }
     UInt32 size = RoundUpSmallSize(2 * count + 16);
-    auto* const buffer = static_cast<SharedBuffer*>(Impl::GetUniStringCache().Allocate(size, &size));
+    auto* const buffer = static_cast<SharedBuffer*>(Impl::uniStringCache.Allocate(size, &size));
     buffer->length = 0;
     buffer->capacity = BufferSizeToCapacity(size);
     new (&buffer->refCounter) TSRefCounter(1);
@@ -125,7 +153,7 @@ UniString::SharedBuffer* UniString::CopyBuffer(const SharedBuffer* source, UInt3
 
 void UniString::FreeBuffer(SharedBuffer* buffer) noexcept
 {
-    Impl::GetUniStringCache().Free(buffer, CapacityToBufferSize(buffer->capacity));
+    Impl::uniStringCache.Free(buffer, CapacityToBufferSize(buffer->capacity));
 }
 
 void UniString::ReleaseBuffer(SharedBuffer* buffer) noexcept
@@ -152,10 +180,19 @@ void UniString::MakeUsable() noexcept
     }
 }
 
-/// Moves the units of a private buffer into a new one. The old one is released last.
+/// Moves the units of a private buffer into a new one. The old one is released last. What is too large for
+/// the cache may grow where it is.
 void UniString::Reallocate(UInt32 count)
 {
-    SetBuffer(CopyBuffer(buffer_, count));
+    const UInt32 size = 2 * count + 16;
+    if (count <= maxUnits && size > largestCachedSize &&
+        CapacityToBufferSize(buffer_->capacity) > largestCachedSize) {
+        buffer_ = static_cast<SharedBuffer*>(
+            MemoryManager::Reallocate(buffer_, size, MemoryManager::ThrowOnFailure, true));
+        buffer_->capacity = BufferSizeToCapacity(size);
+    } else {
+        SetBuffer(CopyBuffer(buffer_, count));
+    }
     buffer_->length = std::min(buffer_->length, count);
 }
 

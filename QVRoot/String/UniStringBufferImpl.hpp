@@ -1,9 +1,16 @@
-/// Texts that exist before any allocator does.
+/// What the files of `UniString` share, and texts that exist before any allocator does.
 #pragma once
 
 #include <QVRoot/String/UniString.hpp>
 
 namespace QV {
+
+namespace Impl {
+
+/// Reports a null text; in the name of the class's main file.
+[[noreturn]] void ThrowNullText();
+
+} // namespace Impl
 
 /// A constant string whose buffer is never allocated and never freed: it keeps a count of its own.
 template <unsigned int N>
