@@ -1,5 +1,7 @@
 #include <QVRoot/Channel/IMemChannel.hpp>
 
+#include <cstring>
+
 namespace QV {
 
 IMemChannel::IMemChannel(const void* data, int size)

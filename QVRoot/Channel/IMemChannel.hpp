@@ -13,9 +13,11 @@
 #include <QVRoot/Channel/IChannel.hpp>
 #include <QVRoot/Channel/MemProtocol.hpp>
 
-#include <cstring>
-
 namespace QV {
+
+namespace Impl {
+struct MemImage;
+}
 
 class QV_EXPORT IMemChannel : public IChannel {
 public:
@@ -43,19 +45,7 @@ public:
     void ResetInputStatus() override;
 
 private:
-    friend class IMemProtocol;
-
-    /// Reads the image of a scalar where it is there whole.
-    template <class T>
-    bool TryReadImage(T& value) noexcept
-    {
-        if (status_ != NoError || static_cast<USize>(end_ - current_) < sizeof(T)) {
-            return false;
-        }
-        std::memcpy(&value, current_, sizeof(T));
-        current_ += sizeof(T);
-        return true;
-    }
+    friend struct Impl::MemImage;
 
     IMemProtocol ownProtocol_;
     const char* begin_;

@@ -1,13 +1,11 @@
-#include <QVRoot/Channel/IMemChannel.hpp>
+#include <QVRoot/Channel/MemImageImpl.hpp>
 #include <QVRoot/Channel/MemProtocol.hpp>
-#include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 #include <QVRoot/ObjectModel/Object.hpp>
 
 #include <bit>
 #include <cstring>
 #include <limits>
-#include <typeinfo>
 
 namespace QV {
 
@@ -33,25 +31,30 @@ QVErrCode ReadImageSlowly(IChannel& ic, T& value)
     return error;
 }
 
+template <class T>
+inline QVErrCode ReadImage(IChannel& ic, T& value)
+{
+    if (const char* const image = Impl::MemImage::TryTake(ic, sizeof(T))) [[likely]] {
+        std::memcpy(&value, image, sizeof(T));
+        return NoError;
+    }
+    return ReadImageSlowly(ic, value);
+}
+
+template <class T>
+inline QVErrCode WriteImage(OChannel& oc, T value)
+{
+    if (char* const image = Impl::MemImage::TryAppend(oc, sizeof(T))) [[likely]] {
+        std::memcpy(image, &value, sizeof(T));
+        return NoError;
+    }
+    return WriteBytes(oc, reinterpret_cast<const char*>(&value), sizeof(T));
+}
+
 /// The longest text whose length with the NUL fits the count.
 constexpr USize maxTextLength = 0x7FFFFFFE;
 
 } // namespace
-
-// Most scalars travel through the library's own memory channels. Where the channel is exactly one of them,
-// the image is moved in place; everything else, failures included, takes the channel's operations.
-#define QV_READ_IMAGE(ic, value)                                                                             \
-    if (typeid(ic) == typeid(IMemChannel) && static_cast<IMemChannel&>(ic).TryReadImage(value)) [[likely]] { \
-        return NoError;                                                                                      \
-    }                                                                                                        \
-    return ReadImageSlowly(ic, value)
-
-#define QV_WRITE_IMAGE(oc, value)                                                                            \
-    if (typeid(oc) == typeid(OMemChannel) && static_cast<OMemChannel&>(oc).TryWriteImage(value))             \
-        [[likely]] {                                                                                         \
-        return NoError;                                                                                      \
-    }                                                                                                        \
-    return WriteBytes(oc, reinterpret_cast<const char*>(&value), sizeof(value))
 
 QVErrCode IMemProtocol::Read(IChannel& ic, Object& value)
 {
@@ -82,22 +85,22 @@ QVErrCode IMemProtocol::Read(IChannel& ic, long double& value)
 
 QVErrCode IMemProtocol::Read(IChannel& ic, double& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, float& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, UInt64& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, Int64& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, unsigned long& value)
@@ -122,38 +125,38 @@ QVErrCode IMemProtocol::Read(IChannel& ic, long& value)
 
 QVErrCode IMemProtocol::Read(IChannel& ic, UInt32& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, Int32& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, UInt16& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, Int16& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, bool& value)
 {
     // Raw: whether the byte is a valid bool is the writer's business.
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, UInt8& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode IMemProtocol::Read(IChannel& ic, char& value)
 {
-    QV_READ_IMAGE(ic, value);
+    return ReadImage(ic, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, const Object& value)
@@ -186,22 +189,22 @@ QVErrCode OMemProtocol::Write(OChannel& oc, long double value)
 
 QVErrCode OMemProtocol::Write(OChannel& oc, double value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, float value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, UInt64 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, Int64 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, unsigned long value)
@@ -222,37 +225,37 @@ QVErrCode OMemProtocol::Write(OChannel& oc, long value)
 
 QVErrCode OMemProtocol::Write(OChannel& oc, UInt32 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, Int32 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, UInt16 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, Int16 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, bool value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, UInt8 value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 QVErrCode OMemProtocol::Write(OChannel& oc, char value)
 {
-    QV_WRITE_IMAGE(oc, value);
+    return WriteImage(oc, value);
 }
 
 } // namespace QV

@@ -2,6 +2,8 @@
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/MemoryManagement/BlockMemory.h>
 
+#include <cstring>
+
 namespace QV {
 
 namespace {

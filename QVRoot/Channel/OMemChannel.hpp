@@ -16,9 +16,11 @@
 #include <QVRoot/Channel/MemProtocol.hpp>
 #include <QVRoot/Channel/OChannel.hpp>
 
-#include <cstring>
-
 namespace QV {
+
+namespace Impl {
+struct MemImage;
+}
 
 class QV_EXPORT OMemChannel : public OChannel {
 public:
@@ -48,7 +50,7 @@ public:
     void UnlockData();
 
 private:
-    friend class OMemProtocol;
+    friend struct Impl::MemImage;
 
     /// Byte 0 of the block is reserved and zero; the data are in bytes 1 to count.
     struct Buffer {
@@ -58,18 +60,6 @@ private:
         UInt32 elementSize = 1;
         QVHandle handle = nullptr;
     };
-
-    /// Writes the image of a scalar where there is room.
-    template <class T>
-    bool TryWriteImage(const T& value) noexcept
-    {
-        if (status_ != NoError || USize{buffer_.count} + sizeof(T) >= buffer_.capacity) {
-            return false;
-        }
-        std::memcpy(*buffer_.handle + buffer_.count + 1, &value, sizeof(T));
-        buffer_.count += sizeof(T);
-        return true;
-    }
 
     QVErrCode StartBuffer();
     QVErrCode ReserveBytes(UInt32 n);

@@ -1,12 +1,12 @@
 #include <QVRoot/BasicEnvironment/NullReferenceImpl.hpp>
-#include <QVRoot/Channel/IChannel.hpp>
-#include <QVRoot/Channel/OChannel.hpp>
+#include <QVRoot/Channel/MemImageImpl.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/ObjectModel/Frame.hpp>
 #include <QVRoot/String/UniString.hpp>
 
 #include <algorithm>
+#include <cstring>
 
 namespace QV {
 
@@ -19,6 +19,13 @@ constexpr ClassInfo uniStringInfo("QV::UniString", {},
 
 /// A length that comes from outside is believed up to here; beyond, the units must be seen to arrive.
 constexpr UInt32 trustedLength = 65536;
+
+/// Version and length, in front of the units.
+constexpr UInt32 headSize = 6;
+
+constexpr ClassVersion version = uniStringInfo.GetVersion();
+static_assert(version == uniStringInfo.GetOldVersion() && version.subVersion == 0,
+              "one form is written, and its frame has no length");
 
 /// The most units moved at once, so that byte counts fit 32 bits.
 constexpr UInt32 maxPiece = 0x20000000;
@@ -45,6 +52,9 @@ QVErrCode UniString::Write(OChannel& oc) const
     if (Impl::IsNullReference(&oc)) {
         QV_THROW(NullReferenceException, "UniString: channel is null");
     }
+    if (TryWriteImage(oc)) [[likely]] {
+        return NoError;
+    }
     const OutputFrame frame(oc, uniStringInfo);
     const UInt32 length = GetLength();
     oc.Write(length);
@@ -63,9 +73,57 @@ QVErrCode UniString::Write(OChannel& oc) const
     return oc.GetOutputStatus();
 }
 
+/// The whole form in one piece, where there is room for it in a memory channel.
+bool UniString::TryWriteImage(OChannel& oc) const noexcept
+{
+    const UInt32 length = GetLength();
+    if (!Impl::HasNativeProtocol(oc)) {
+        return false;
+    }
+    char* const image = Impl::MemImage::TryAppend(oc, headSize + USize{length} * sizeof(unsigned short));
+    if (image == nullptr) {
+        return false;
+    }
+    image[0] = static_cast<char>(version.mainVersion);
+    image[1] = static_cast<char>(version.subVersion);
+    std::memcpy(image + 2, &length, sizeof(length));
+    if (length != 0) {
+        std::memcpy(image + headSize, buffer_->content, USize{length} * sizeof(unsigned short));
+    }
+    return true;
+}
+
+/// The whole form in one piece, where it is there unharmed in a memory channel. The string is empty.
+bool UniString::TryReadImage(IChannel& ic)
+{
+    if (!Impl::HasNativeProtocol(ic)) {
+        return false;
+    }
+    const char* const image = Impl::MemImage::TryLook(ic, headSize);
+    if (image == nullptr || image[0] != version.mainVersion || image[1] != version.subVersion) {
+        return false;
+    }
+    UInt32 length = 0;
+    std::memcpy(&length, image + 2, sizeof(length));
+    const USize size = USize{length} * sizeof(unsigned short);
+    if (Impl::MemImage::TryLook(ic, headSize + size) == nullptr) {
+        return false;
+    }
+    Impl::MemImage::TryTake(ic, headSize);
+    if (length != 0) {
+        SetBuffer(AllocateBuffer(length));
+        std::memcpy(buffer_->content, Impl::MemImage::TryTake(ic, size), size);
+        buffer_->length = length;
+    }
+    return true;
+}
+
 QVErrCode UniString::Read(IChannel& ic)
 {
     Clear();
+    if (TryReadImage(ic)) [[likely]] {
+        return NoError;
+    }
     const InputFrame frame(ic, uniStringInfo);
     if (frame.GetStatus() != NoError) {
         return frame.GetStatus();
