@@ -42,12 +42,14 @@ QVErrCode WriteFully(OChannel& oc, const char* src, UInt32 n)
 
 bool HasNativeProtocol(const IChannel& ic) noexcept
 {
-    return typeid(ic.GetInputProtocol()) == typeid(IMemProtocol);
+    const IProtocol& protocol = ic.GetInputProtocol();
+    return typeid(protocol) == typeid(IMemProtocol);
 }
 
 bool HasNativeProtocol(const OChannel& oc) noexcept
 {
-    return typeid(oc.GetOutputProtocol()) == typeid(OMemProtocol);
+    const OProtocol& protocol = oc.GetOutputProtocol();
+    return typeid(protocol) == typeid(OMemProtocol);
 }
 
 } // namespace QV::Impl

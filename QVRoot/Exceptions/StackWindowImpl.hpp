@@ -18,7 +18,7 @@ public:
     /// False unless the word is aligned, above the stack pointer that the window was made for, and readable.
     /// On Linux a word more than 8 MB behind the pages known so far counts as unreadable.
     /// Saved registers lie between the variables: the address sanitizer is not to complain.
-    [[gnu::no_sanitize("address")]] bool Read(UInt64 address, UInt64& value) noexcept
+    [[gnu::no_sanitize_address]] bool Read(UInt64 address, UInt64& value) noexcept
     {
         if (address < begin_ || (address & 7) != 0 || (address >= end_ && !GrowTo(address))) [[unlikely]] {
             return false;
