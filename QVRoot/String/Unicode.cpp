@@ -43,17 +43,6 @@ void ReportIllegalSequence(const UInt8* bytes, USize length, int line) noexcept
     }
 }
 
-/// Reports the sequence at `offset` if its form was the reason to refuse it. The other reasons, a lead byte
-/// that UTF-8 does not have and a code point that is not allowed, are not reported.
-void ReportIfMalformed(const char* source, USize offset) noexcept
-{
-    const UInt8* const bytes = reinterpret_cast<const UInt8*>(source);
-    const int trailing = Impl::GetTrailingBytes(bytes[offset]);
-    if (trailing <= 3 && !IsLegalUTF8(source + offset, trailing + 1)) {
-        ReportIllegalSequence(bytes, offset + static_cast<USize>(trailing) + 1, __LINE__);
-    }
-}
-
 } // namespace
 
 bool ConversionError::HasError(int result) noexcept
@@ -85,23 +74,15 @@ bool IsLegalUTF8(const char* sequence, int length) noexcept
     return lead < 0x80 || (lead > 0xC1 && lead < 0xF5);
 }
 
-int UTF8ToUTF16(const char* source, int sourceLength, unsigned short* destination, int destinationLength,
-                bool strict) noexcept
-{
-    USize trouble;
-    const int result = Impl::ConvertToUtf16(Impl::GetTranscodeKernels(), source, sourceLength, destination,
-                                            destinationLength, strict, trouble);
-    if (result == ConversionError::IllegalSequence) [[unlikely]] {
-        ReportIfMalformed(source, trouble);
-    }
-    return result;
-}
-
-int UTF16ToUTF8(const unsigned short* source, int sourceLength, char* destination, int destinationLength,
-                bool strict) noexcept
-{
-    return Impl::ConvertToUtf8(Impl::GetTranscodeKernels(), source, sourceLength, destination,
-                               destinationLength, strict);
-}
-
 } // namespace QV::Unicode
+
+void QV::Impl::ReportIfMalformed(const char* source, USize offset) noexcept
+{
+    // The other reasons, a lead byte that UTF-8 does not have and a code point that is not allowed, are not
+    // reported.
+    const UInt8* const bytes = reinterpret_cast<const UInt8*>(source);
+    const int trailing = GetTrailingBytes(bytes[offset]);
+    if (trailing <= 3 && !Unicode::IsLegalUTF8(source + offset, trailing + 1)) {
+        Unicode::ReportIllegalSequence(bytes, offset + static_cast<USize>(trailing) + 1, __LINE__);
+    }
+}

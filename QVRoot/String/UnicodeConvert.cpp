@@ -56,7 +56,8 @@ void ConvertUTF8ToUTF16::Reserve(Int64 units)
     }
     capacity_ = units < INT_MAX ? static_cast<Int32>(units) : INT_MAX;
     const USize size = static_cast<USize>(capacity_) * sizeof(unsigned short);
-    result_ = static_cast<unsigned short*>(MemoryManager::Allocate(size, MemoryManager::ThrowOnFailure, true));
+    result_ =
+        static_cast<unsigned short*>(MemoryManager::Allocate(size, MemoryManager::ThrowOnFailure, true));
 }
 
 void ConvertUTF8ToUTF16::Convert(const char* source, Int32 length)

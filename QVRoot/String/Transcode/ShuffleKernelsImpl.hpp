@@ -1,11 +1,11 @@
 /// The kernels for instruction sets that can shuffle the bytes of a register, but not compress them: tables
-/// give the shuffles. Included by the file of each such set, with a class `Ascii` for what its widest registers
-/// do best. Everything here is private to the including file, so that no code for one set can stand in for
-/// code of another.
+/// give the shuffles. Included by the file of each such set, with a class `Ascii` for what its widest
+/// registers do best. Everything here is private to the including file, so that no code for one set can stand
+/// in for code of another.
 ///
-/// The methods are those of the AVX-512 kernels with registers of 16 bytes: what ends at each byte is computed
-/// as a low and a high byte, and the positions where a unit does end are shuffled together. The ends of texts
-/// take the way through a padded copy, since full registers read and write too much.
+/// The methods are those of the AVX-512 kernels with registers of 16 bytes: what ends at each byte is
+/// computed as a low and a high byte, and the positions where a unit does end are shuffled together. The ends
+/// of texts take the way through a padded copy, since full registers read and write too much.
 #pragma once
 
 #include <QVRoot/String/Transcode/TranscodeImpl.hpp>
@@ -109,7 +109,8 @@ struct Units {
 };
 
 /// Computes the surrogates of code points above 0xFFFF. False when a code point is too large, or nearly so.
-inline bool AddPairs(const DecodeState& before, Vector bytes, Vector before1, Vector before2, UInt32 own, Units& units)
+inline bool AddPairs(const DecodeState& before, Vector bytes, Vector before1, Vector before2, UInt32 own,
+                     Units& units)
 {
     const Vector highs = IsAtLeast(before2, 0xF0);
     const Vector lows = IsAtLeast(_mm_alignr_epi8(bytes, before.last, 13), 0xF0);
@@ -143,7 +144,8 @@ inline bool AddPairs(const DecodeState& before, Vector bytes, Vector before1, Ve
     }
     const Vector before1 = _mm_and_si128(_mm_alignr_epi8(bytes, state.last, 15), isTrailing);
     units.ends = (own & ~(leads | leads3 << 1)) >> context;
-    units.low = _mm_or_si128(_mm_and_si128(bytes, Bytes(0x7F)), _mm_and_si128(_mm_slli_epi16(before1, 6), Bytes(0xC0)));
+    units.low = _mm_or_si128(_mm_and_si128(bytes, Bytes(0x7F)),
+                             _mm_and_si128(_mm_slli_epi16(before1, 6), Bytes(0xC0)));
     units.high = _mm_and_si128(_mm_srli_epi16(before1, 2), Bytes(0x0F));
     if (leads3 != 0) {
         const Vector behind2 = _mm_alignr_epi8(bytes, state.last, 14);
@@ -355,7 +357,8 @@ struct Lanes {
         return true;
     }
     const UInt32 last = own ^ own >> 1;
-    lanes.highs = surrogates & GetWordMask(_mm_cmpeq_epi16(_mm_and_si128(units, Words(0xFC00)), Words(0xD800)));
+    lanes.highs =
+        surrogates & GetWordMask(_mm_cmpeq_epi16(_mm_and_si128(units, Words(0xFC00)), Words(0xD800)));
     lanes.lows = surrogates ^ lanes.highs;
     if ((lanes.highs & last) != 0) {
         lanes.own ^= last;
@@ -414,7 +417,8 @@ struct ByteWriter {
     {
         const Vector twoBytes = MakeTwoBytes(units, lanes);
         if (lanes.wide == 0) {
-            Store(target, _mm_shuffle_epi8(twoBytes, LoadShuffle(transcodeShuffles.twoBytes[lanes.nonAscii])));
+            Store(target,
+                  _mm_shuffle_epi8(twoBytes, LoadShuffle(transcodeShuffles.twoBytes[lanes.nonAscii])));
             target += lanes.GetBytes();
             return;
         }
@@ -608,16 +612,9 @@ void Narrow(const unsigned short* source, USize length, char* text)
 template <class Ascii>
 constexpr TranscodeKernels MakeKernels(const char* name)
 {
-    return {name,
-            Decode<Ascii>,
-            Count<Ascii>,
-            Encode<Ascii>,
-            Measure<Ascii>,
-            IsAscii8<Ascii>,
-            IsAscii16<Ascii>,
-            Widen<Ascii>,
-            Narrow<Ascii>,
-            Length16};
+    return {name,           Decode<Ascii>,   Count<Ascii>,     Encode<Ascii>,
+            Measure<Ascii>, IsAscii8<Ascii>, IsAscii16<Ascii>, Widen<Ascii>,
+            Narrow<Ascii>,  Length16};
 }
 
 } // namespace

@@ -8,7 +8,10 @@ namespace {
 struct Ascii32 {
     static constexpr USize length = 32;
 
-    static __m256i LoadWide(const void* address) { return _mm256_loadu_si256(static_cast<const __m256i*>(address)); }
+    static __m256i LoadWide(const void* address)
+    {
+        return _mm256_loadu_si256(static_cast<const __m256i*>(address));
+    }
 
     static bool IsAscii(const UInt8* source) { return _mm256_movemask_epi8(LoadWide(source)) == 0; }
 

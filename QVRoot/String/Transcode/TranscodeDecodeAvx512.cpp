@@ -20,6 +20,9 @@ constexpr USize bulkBytes = windowBytes + 3 * vectorBytes;
 /// From here on it pays to align stores first.
 constexpr USize longText = 512;
 
+/// How far ahead of the stores long texts of ASCII ask for the lines to store to.
+constexpr USize ahead = 512;
+
 /// What ends where: at each lane of `ends` a unit with these two bytes.
 struct Units {
     UInt64 ends;
@@ -321,9 +324,7 @@ TranscodeProgress CountShortly(const UInt8* source, USize length)
     return {read, counter.units};
 }
 
-} // namespace
-
-TranscodeProgress DecodeAvx512(const UInt8* source, USize length, UInt16* target, USize room)
+[[gnu::noinline]] TranscodeProgress DecodeMixed(const UInt8* source, USize length, UInt16* target, USize room)
 {
     if (length <= windowBytes) {
         return DecodeShortly(source, length, target, room);
@@ -331,6 +332,77 @@ TranscodeProgress DecodeAvx512(const UInt8* source, USize length, UInt16* target
     UnitWriter writer = {target, target + room};
     const USize read = DecodeAll(source, length, writer);
     return {read, static_cast<USize>(writer.target - target)};
+}
+
+/// Widens 64 bytes.
+inline void WidenVector(const UInt8* source, UInt16* target)
+{
+    const __m256i* const halves = reinterpret_cast<const __m256i*>(source);
+    _mm512_storeu_si512(target, Widen32(_mm256_loadu_si256(halves)));
+    _mm512_storeu_si512(target + vectorUnits, Widen32(_mm256_loadu_si256(halves + 1)));
+}
+
+/// Widens 256 bytes of ASCII. False when they are not.
+[[gnu::always_inline]] inline bool WidenFour(const UInt8* source, UInt16* target)
+{
+    const Vector first = _mm512_or_si512(Load(source), Load(source + vectorBytes));
+    const Vector second = _mm512_or_si512(Load(source + 2 * vectorBytes), Load(source + 3 * vectorBytes));
+    if (_mm512_movepi8_mask(_mm512_or_si512(first, second)) != 0) {
+        return false;
+    }
+    WidenVector(source, target);
+    WidenVector(source + vectorBytes, target + vectorBytes);
+    WidenVector(source + 2 * vectorBytes, target + 2 * vectorBytes);
+    WidenVector(source + 3 * vectorBytes, target + 3 * vectorBytes);
+    return true;
+}
+
+/// Converts ASCII at the beginning of a text of 64 bytes or more, into room for all of it. Answers how far
+/// that went: to the end, or anywhere in front of the first byte that is different.
+[[gnu::always_inline]] inline USize DecodeAsciiPrefix(const UInt8* source, USize length, UInt16* target)
+{
+    constexpr USize four = 4 * vectorBytes;
+    USize i = 0;
+    if (length >= longText) {
+        // Out of the first cache, stores wait for their lines unless these are asked for in time.
+        for (; i + ahead + four <= length; i += four) {
+            for (USize k = 0; k < four; k += vectorUnits) {
+                __builtin_prefetch(target + i + ahead + k, 1);
+            }
+            if (!WidenFour(source + i, target + i)) {
+                return i;
+            }
+        }
+    }
+    for (; i + four <= length; i += four) {
+        if (!WidenFour(source + i, target + i)) {
+            break;
+        }
+    }
+    // The last step may convert some bytes again.
+    for (; i < length; i += vectorBytes) {
+        const USize position = i + vectorBytes <= length ? i : length - vectorBytes;
+        if (_mm512_movepi8_mask(Load(source + position)) != 0) {
+            return i;
+        }
+        WidenVector(source + position, target + position);
+    }
+    return length;
+}
+
+} // namespace
+
+TranscodeProgress DecodeAvx512(const UInt8* source, USize length, UInt16* target, USize room)
+{
+    if (length < vectorBytes || room < length || _mm512_movepi8_mask(Load(source)) != 0) {
+        return DecodeMixed(source, length, target, room);
+    }
+    const USize ascii = DecodeAsciiPrefix(source, length, target);
+    if (ascii == length) {
+        return {length, length};
+    }
+    const TranscodeProgress rest = DecodeMixed(source + ascii, length - ascii, target + ascii, room - ascii);
+    return {ascii + rest.read, ascii + rest.produced};
 }
 
 TranscodeProgress CountAvx512(const UInt8* source, USize length)

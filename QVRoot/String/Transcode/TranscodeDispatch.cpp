@@ -1,24 +1,17 @@
 #include <QVRoot/String/Transcode/CpuFeaturesImpl.hpp>
-#include <QVRoot/String/Transcode/TranscodeImpl.hpp>
-
-#include <atomic>
+#include <QVRoot/String/Transcode/TranscodeChoiceImpl.hpp>
 
 namespace QV::Impl {
 
-namespace {
+constinit std::atomic<const TranscodeKernels*> chosenTranscodeKernels = nullptr;
 
-/// The choice, null until the first use. Threads that race for it store the same.
-constinit std::atomic<const TranscodeKernels*> chosen = nullptr;
-
-const TranscodeKernels& Choose() noexcept
+const TranscodeKernels& ChooseTranscodeKernels() noexcept
 {
     const TranscodeKernels* list[maxTranscodeKernels];
     ListTranscodeKernels(list);
-    chosen.store(list[0], std::memory_order_relaxed);
+    chosenTranscodeKernels.store(list[0], std::memory_order_relaxed);
     return *list[0];
 }
-
-} // namespace
 
 UInt32 ListTranscodeKernels(const TranscodeKernels* (&list)[maxTranscodeKernels]) noexcept
 {
@@ -34,12 +27,6 @@ UInt32 ListTranscodeKernels(const TranscodeKernels* (&list)[maxTranscodeKernels]
     }
     list[count++] = &transcodePortable;
     return count;
-}
-
-const TranscodeKernels& GetTranscodeKernels() noexcept
-{
-    const TranscodeKernels* const kernels = chosen.load(std::memory_order_relaxed);
-    return kernels != nullptr ? *kernels : Choose();
 }
 
 bool IsAscii(const char* text, USize length) noexcept

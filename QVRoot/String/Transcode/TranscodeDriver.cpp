@@ -1,5 +1,6 @@
-// Drives a set of kernels over a whole text: kernel, plain code where it stopped, kernel again.
-#include <QVRoot/String/Transcode/TranscodeImpl.hpp>
+// The converters. They drive a set of kernels over a whole text: kernel, plain code where it stopped, kernel
+// again. For short texts the way to the kernel counts as much as the kernel, hence the inlining.
+#include <QVRoot/String/Transcode/TranscodeChoiceImpl.hpp>
 #include <QVRoot/String/Unicode.hpp>
 
 #include <climits>
@@ -108,10 +109,9 @@ template <class SourceUnit, class TargetUnit, class Rules>
                               : static_cast<int>(produced);
 }
 
-} // namespace
-
-int ConvertToUtf16(const TranscodeKernels& kernels, const char* text, int sourceLength,
-                   unsigned short* target, int targetLength, bool strict, USize& trouble) noexcept
+[[gnu::always_inline]] inline int Decode(const TranscodeKernels& kernels, const char* text, int sourceLength,
+                                         unsigned short* target, int targetLength, bool strict,
+                                         USize& trouble) noexcept
 {
     if (text == nullptr || sourceLength == 0 || sourceLength < -1) {
         return 0;
@@ -125,8 +125,8 @@ int ConvertToUtf16(const TranscodeKernels& kernels, const char* text, int source
                    static_cast<USize>(targetLength), zeroEnds, DecodeRules{kernels, strict}, trouble);
 }
 
-int ConvertToUtf8(const TranscodeKernels& kernels, const unsigned short* source, int sourceLength, char* text,
-                  int targetLength, bool strict) noexcept
+[[gnu::always_inline]] inline int Encode(const TranscodeKernels& kernels, const unsigned short* source,
+                                         int sourceLength, char* text, int targetLength, bool strict) noexcept
 {
     if (source == nullptr || sourceLength == 0 || sourceLength < -1) {
         return 0;
@@ -142,4 +142,41 @@ int ConvertToUtf8(const TranscodeKernels& kernels, const unsigned short* source,
                    trouble);
 }
 
+} // namespace
+
+int ConvertToUtf16(const TranscodeKernels& kernels, const char* source, int sourceLength,
+                   unsigned short* target, int targetLength, bool strict, USize& trouble) noexcept
+{
+    return Decode(kernels, source, sourceLength, target, targetLength, strict, trouble);
+}
+
+int ConvertToUtf8(const TranscodeKernels& kernels, const unsigned short* source, int sourceLength,
+                  char* target, int targetLength, bool strict) noexcept
+{
+    return Encode(kernels, source, sourceLength, target, targetLength, strict);
+}
+
 } // namespace QV::Impl
+
+namespace QV::Unicode {
+
+int UTF8ToUTF16(const char* source, int sourceLength, unsigned short* destination, int destinationLength,
+                bool strict) noexcept
+{
+    USize trouble;
+    const int result = Impl::Decode(Impl::GetTranscodeKernels(), source, sourceLength, destination,
+                                    destinationLength, strict, trouble);
+    if (result == ConversionError::IllegalSequence) [[unlikely]] {
+        Impl::ReportIfMalformed(source, trouble);
+    }
+    return result;
+}
+
+int UTF16ToUTF8(const unsigned short* source, int sourceLength, char* destination, int destinationLength,
+                bool strict) noexcept
+{
+    return Impl::Encode(Impl::GetTranscodeKernels(), source, sourceLength, destination, destinationLength,
+                        strict);
+}
+
+} // namespace QV::Unicode

@@ -9,11 +9,11 @@ namespace QV::Impl {
 
 namespace {
 
-/// While this much of a source is left, full stores cannot reach behind the result.
-constexpr USize bulkUnits = vectorUnits + vectorBytes;
+/// What a step in bulk may write: two registers, and one byte more for each of `fewWide`.
+constexpr USize bulkRoom = 2 * vectorBytes;
 
-/// From here on it pays to align stores first.
-constexpr USize longText = 512;
+/// Up to so many wide units are put between the bytes of the others one by one.
+constexpr USize fewWide = 3;
 
 constexpr UInt32 everyUnit = ~UInt32(0);
 
@@ -25,6 +25,9 @@ struct Lanes {
     UInt32 highs;    ///< hold the first half of a pair, 2 bytes
     UInt32 lows;     ///< hold the second half, 2 bytes
 };
+
+/// The bytes of sixteen units of three bytes.
+constexpr USize wideBytes = 48;
 
 /// How sixteen units of three bytes are spread: the units that each group of eight bytes draws from, and the
 /// bit of them where each byte starts.
@@ -38,7 +41,7 @@ struct WideLayout {
 constexpr WideLayout MakeWideLayout()
 {
     WideLayout layout = {};
-    for (int byte = 0; byte < 48; ++byte) {
+    for (int byte = 0; byte < static_cast<int>(wideBytes); ++byte) {
         const int group = byte / 8;
         const int inGroup = byte / 3 - group * 8 / 3;
         const int part = byte % 3;
@@ -53,13 +56,19 @@ constexpr WideLayout MakeWideLayout()
 
 constexpr WideLayout wideLayout = MakeWideLayout();
 
+/// The two bytes of each unit from 0x80 to 0x7FF, the first below the second.
+[[gnu::always_inline]] inline Vector MakeNarrow(Vector units)
+{
+    const Vector both = Select(_mm512_slli_epi16(units, 8), _mm512_srli_epi16(units, 6), Words(x3F00));
+    return _mm512_or_si512(both, Words(x80C0));
+}
+
 /// Two bytes for each unit, the first below the second: the unit itself for ASCII, the last two of three for
 /// wide ones, half of the four for a surrogate.
 [[gnu::always_inline]] inline Vector MakeTwoBytes(const UInt16* source, Vector units, const Lanes& lanes)
 {
     const Vector last = _mm512_slli_epi16(units, 8);
-    const Vector both = Select(last, _mm512_srli_epi16(units, 6), Words(x3F00));
-    Vector result = _mm512_or_si512(both, Words(x80C0));
+    Vector result = MakeNarrow(units);
     if (lanes.highs != 0) {
         // Adding 0x40 to the upper ten bits of a code point accounts for the 0x10000 that pairs leave out.
         const Vector upper = _mm512_add_epi16(_mm512_and_si512(units, Words(x03FF)), Words(x0040));
@@ -78,6 +87,13 @@ constexpr WideLayout wideLayout = MakeWideLayout();
                                                   USize room);
 [[gnu::noinline]] TranscodeProgress MeasureShortly(const UInt16* source, USize length);
 
+/// The bytes of 64 units of ASCII.
+inline Vector Pack(Vector first, Vector second)
+{
+    const Vector order = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
+    return _mm512_permutexvar_epi64(order, _mm512_packus_epi16(first, second));
+}
+
 /// Writes bytes.
 struct ByteWriter {
     UInt8* target;
@@ -85,15 +101,10 @@ struct ByteWriter {
 
     bool HasRoom(USize count) const { return static_cast<USize>(end - target) >= count; }
 
-    USize GetMisfit() const { return Impl::GetMisfit(target); }
-
-    /// Writes 64 bytes, of which `count` stay.
-    void PutAscii(Vector first, Vector second, USize count)
+    void PutAscii(Vector first, Vector second)
     {
-        const Vector order = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
-        const Vector bytes = _mm512_permutexvar_epi64(order, _mm512_packus_epi16(first, second));
-        _mm512_storeu_si512(target, bytes);
-        target += count;
+        _mm512_storeu_si512(target, Pack(first, second));
+        target += vectorBytes;
     }
 
     /// Writes up to 32 bytes and no more.
@@ -104,19 +115,80 @@ struct ByteWriter {
         target += count;
     }
 
+    /// Writes a full vector that holds no unit of three bytes and no surrogate.
+    [[gnu::always_inline]] void PutNarrow(Vector units, UInt32 nonAscii)
+    {
+        const UInt64 used = everyLane / 3 | _pdep_u64(nonAscii, everyLane / 3 * 2);
+        const Vector bytes = _mm512_mask_mov_epi16(units, nonAscii, MakeNarrow(units));
+        _mm512_storeu_si512(target, _mm512_maskz_compress_epi8(used, bytes));
+        target += vectorUnits + CountLanes(nonAscii);
+    }
+
+    /// The same for the lanes `own`, `count` bytes in all, and nothing behind them.
+    [[gnu::always_inline]] void PutNarrowEnd(Vector units, UInt32 own, UInt32 nonAscii, USize count)
+    {
+        const UInt64 used = _pdep_u64(own, everyLane / 3) | _pdep_u64(nonAscii, everyLane / 3 * 2);
+        const Vector bytes = _mm512_mask_mov_epi16(units, nonAscii, MakeNarrow(units));
+        _mm512_mask_storeu_epi8(target, FirstLanes(count), _mm512_maskz_compress_epi8(used, bytes));
+        target += count;
+    }
+
+    /// Writes a full vector that holds some units of three bytes. The bytes behind the first of them are
+    /// written once more.
+    [[gnu::always_inline]] void PutFewWide(const UInt16* source, Vector units, UInt32 nonAscii, UInt32 wide)
+    {
+        const UInt64 used = everyLane / 3 | _pdep_u64(nonAscii, everyLane / 3 * 2);
+        Vector bytes = MakeNarrow(units);
+        bytes = _mm512_mask_mov_epi16(bytes, wide, MaskAndMark(bytes, Words(x3F3F), Words(x8080)));
+        bytes = _mm512_maskz_compress_epi8(used, _mm512_mask_mov_epi16(units, nonAscii, bytes));
+        _mm512_storeu_si512(target, bytes);
+        for (UInt32 left = wide; left != 0; left &= left - 1) {
+            const UInt32 lane = _tzcnt_u32(left);
+            const USize before = CountLanes(_bzhi_u64(used, 2 * lane));
+            target[before] = static_cast<UInt8>(0xE0 | source[lane] >> 12);
+            ++target;
+            _mm512_mask_storeu_epi8(target, everyLane << before, bytes);
+        }
+        target += vectorUnits + CountLanes(nonAscii);
+    }
+
+    /// Writes `count` bytes of units of three. `after` bytes or more will follow.
+    [[gnu::always_inline]] void PutWide(Vector units, USize count, USize after)
+    {
+        const USize first = count < wideBytes ? count : wideBytes;
+        Store(Spread(_mm512_permutexvar_epi16(Load(wideLayout.units), units)), first, count - first + after);
+        if (count > wideBytes) {
+            const Vector others = _mm512_permutexvar_epi16(Load(wideLayout.units + 32), units);
+            Store(Spread(others), count - wideBytes, after);
+        }
+    }
+
+    /// Writes 16 surrogate pairs.
+    [[gnu::always_inline]] void PutPairs(Vector units)
+    {
+        // What pairs leave out, 0x10000, is added to the upper ten bits of a code point.
+        const Vector tens = _mm512_add_epi16(units, _mm512_set1_epi32(0x24002840));
+        const Vector codePoints = _mm512_madd_epi16(tens, _mm512_set1_epi32(0x00010400));
+        const Vector shifts = _mm512_set1_epi64(0x20262C3200060C12);
+        const Vector bits = _mm512_multishift_epi64_epi8(shifts, codePoints);
+        const Vector bytes = MaskAndMark(bits, _mm512_set1_epi32(0x3F3F3F07),
+                                         _mm512_set1_epi32(static_cast<Int32>(0x808080F0)));
+        _mm512_storeu_si512(target, bytes);
+        target += vectorBytes;
+    }
+
+    /// The same for any units.
     [[gnu::always_inline]] void Put(const UInt16* source, Vector units, const Lanes& lanes, USize count,
-                                    bool isBulk)
+                                    USize after)
     {
         if (lanes.wide == 0) {
             const UInt64 used =
                 _pdep_u64(lanes.own, everyLane / 3) | _pdep_u64(lanes.nonAscii, everyLane / 3 * 2);
-            Store(_mm512_maskz_compress_epi8(used, MakeTwoBytes(source, units, lanes)), count, isBulk);
-        } else if (lanes.wide == everyUnit) {
-            PutWide(units, isBulk);
+            Store(_mm512_maskz_compress_epi8(used, MakeTwoBytes(source, units, lanes)), count, after);
         } else {
             const Vector twoBytes = MakeTwoBytes(source, units, lanes);
             const Vector tail = MaskAndMark(twoBytes, Words(x3F3F), Words(x8080));
-            PutMixed(units, _mm512_mask_mov_epi16(twoBytes, lanes.wide, tail), lanes, isBulk);
+            PutMixed(units, _mm512_mask_mov_epi16(twoBytes, lanes.wide, tail), lanes, after);
         }
     }
 
@@ -129,28 +201,18 @@ struct ByteWriter {
     }
 
 private:
-    [[gnu::always_inline]] void Store(Vector bytes, USize count, bool isBulk)
+    /// Stores `count` bytes, and some behind them as far as others will follow there.
+    [[gnu::always_inline]] void Store(Vector bytes, USize count, USize after)
     {
-        if (isBulk && HasRoom(vectorBytes)) {
+        if (count + after >= vectorBytes && HasRoom(vectorBytes)) {
             _mm512_storeu_si512(target, bytes);
-        } else {
+        } else if (count > vectorBytes / 2) {
             _mm512_mask_storeu_epi8(target, FirstLanes(count), bytes);
+        } else {
+            const UInt32 lanes = static_cast<UInt32>(FirstLanes(count));
+            _mm256_mask_storeu_epi8(target, lanes, _mm512_castsi512_si256(bytes));
         }
         target += count;
-    }
-
-    [[gnu::always_inline]] void StoreUsed(Vector bytes, UInt64 used, bool isBulk)
-    {
-        Store(_mm512_maskz_compress_epi8(used, bytes), CountLanes(used), isBulk);
-    }
-
-    /// All lanes are wide.
-    [[gnu::always_inline]] void PutWide(Vector units, bool isBulk)
-    {
-        const Vector firstUnits = Load(wideLayout.units);
-        const Vector lastUnits = Load(wideLayout.units + 32);
-        Store(Spread(_mm512_permutexvar_epi16(firstUnits, units)), 48, isBulk);
-        Store(Spread(_mm512_permutexvar_epi16(lastUnits, units)), 48, isBulk);
     }
 
     [[gnu::always_inline]] static Vector Spread(Vector groups)
@@ -159,18 +221,19 @@ private:
         return MaskAndMark(bits, Load(wideLayout.masks), Load(wideLayout.marks));
     }
 
-    [[gnu::always_inline]] void PutMixed(Vector units, Vector twoBytes, const Lanes& lanes, bool isBulk)
+    [[gnu::always_inline]] void PutMixed(Vector units, Vector twoBytes, const Lanes& lanes, USize after)
     {
-        PutSixteen(_mm512_castsi512_si256(units), _mm512_castsi512_si256(twoBytes), lanes, 0, isBulk);
-        if (lanes.own > 0xFFFF) {
+        const USize second = CountLanes(lanes.own >> 16);
+        PutSixteen(_mm512_castsi512_si256(units), _mm512_castsi512_si256(twoBytes), lanes, 0, second + after);
+        if (second != 0) {
             PutSixteen(_mm512_extracti64x4_epi64(units, 1), _mm512_extracti64x4_epi64(twoBytes, 1), lanes, 16,
-                       isBulk);
+                       after);
         }
     }
 
     /// Half of a step: four bytes for each unit, the first of them for wide ones alone, the last for none.
     [[gnu::always_inline]] void PutSixteen(__m256i units, __m256i twoBytes, const Lanes& lanes, int from,
-                                           bool isBulk)
+                                           USize after)
     {
         const Vector lead =
             _mm512_or_si512(_mm512_srli_epi32(_mm512_cvtepu16_epi32(units), 12), _mm512_set1_epi32(0xE0));
@@ -180,7 +243,7 @@ private:
         const UInt64 used = _pdep_u64(lanes.wide >> from, everyLane / 15) |
                             _pdep_u64(lanes.own >> from, everyLane / 15 * 2) |
                             _pdep_u64(lanes.nonAscii >> from, everyLane / 15 * 4);
-        StoreUsed(bytes, used, isBulk);
+        Store(_mm512_maskz_compress_epi8(used, bytes), CountLanes(used), after);
     }
 };
 
@@ -189,8 +252,7 @@ struct ByteCounter {
     USize bytes;
 
     bool HasRoom(USize) const { return true; }
-    USize GetMisfit() const { return vectorBytes; }
-    void PutAscii(Vector, Vector, USize count) { bytes += count; }
+    void PutAscii(Vector, Vector) { bytes += vectorBytes; }
     void PutShortAscii(Vector, USize count) { bytes += count; }
 
     USize GoOn(const UInt16* source, USize length)
@@ -200,7 +262,15 @@ struct ByteCounter {
         return progress.read;
     }
 
-    void Put(const UInt16*, Vector, const Lanes&, USize count, bool) { bytes += count; }
+    void PutNarrow(Vector, UInt32 nonAscii) { bytes += vectorUnits + CountLanes(nonAscii); }
+    void PutNarrowEnd(Vector, UInt32, UInt32, USize count) { bytes += count; }
+    void PutFewWide(const UInt16*, Vector, UInt32 nonAscii, UInt32 wide)
+    {
+        bytes += vectorUnits + CountLanes(nonAscii) + CountLanes(wide);
+    }
+    void PutWide(Vector, USize count, USize) { bytes += count; }
+    void PutPairs(Vector) { bytes += vectorBytes; }
+    void Put(const UInt16*, Vector, const Lanes&, USize count, USize) { bytes += count; }
 };
 
 /// Pairs the surrogates. False when one has no partner; a high one in the last lane is put off.
@@ -218,12 +288,13 @@ struct ByteCounter {
     return lanes.highs << 1 == lanes.lows && lanes.own != 0;
 }
 
-enum class Step { Stopped, Done, Ascii };
+/// What a step converted: text that another kind of step converts faster, or not.
+enum class Step { Stopped, Narrow, Wide };
 
-/// Converts the units in the lanes `own`, and moves `source` along.
+/// Converts the units in the lanes `own`, and moves `source` along. At least `after` units follow.
 template <class Sink>
-[[gnu::always_inline]] inline Step EncodeStep(const UInt16*& source, Vector units, UInt32 own, Sink& sink,
-                                              bool isBulk)
+[[gnu::always_inline]] inline Step EncodeStep(const UInt16*& source, Vector units, UInt32 own, USize after,
+                                              Sink& sink)
 {
     Lanes lanes = {own, static_cast<UInt32>(FindNonAscii(units)), _mm512_test_epi16_mask(units, Words(xF800)),
                    0, 0};
@@ -234,7 +305,7 @@ template <class Sink>
         }
         sink.PutShortAscii(units, count);
         source += count;
-        return Step::Ascii;
+        return Step::Narrow;
     }
     if (lanes.wide != 0) {
         const Vector upper = _mm512_and_si512(units, Words(xF800));
@@ -243,55 +314,112 @@ template <class Sink>
             if (!SortSurrogates(units, surrogates, lanes)) {
                 return Step::Stopped;
             }
+            if (lanes.lows == everyUnit / 3 * 2) {
+                if (!sink.HasRoom(vectorBytes)) {
+                    return Step::Stopped;
+                }
+                sink.PutPairs(units);
+                source += vectorUnits;
+                return Step::Wide;
+            }
             count = CountLanes(lanes.own);
+        } else if (lanes.wide == own) {
+            if (!sink.HasRoom(3 * count)) {
+                return Step::Stopped;
+            }
+            sink.PutWide(units, 3 * count, after);
+            source += count;
+            return Step::Wide;
         }
     }
     const USize bytes = count + CountLanes(lanes.nonAscii) + CountLanes(lanes.wide);
     if (!sink.HasRoom(bytes)) {
         return Step::Stopped;
     }
-    sink.Put(source, units, lanes, bytes, isBulk);
+    sink.Put(source, units, lanes, bytes, after);
     source += count;
-    return Step::Done;
+    return (lanes.wide | lanes.highs) == 0 ? Step::Narrow : Step::Wide;
 }
 
 /// Converts ASCII by pairs of vectors.
 template <class Sink>
 [[gnu::always_inline]] inline void EncodeAscii(const UInt16*& source, const UInt16* end, Sink& sink)
 {
-    USize left = static_cast<USize>(end - source);
-    USize step = left >= longText ? sink.GetMisfit() : vectorBytes;
-    while (left >= vectorBytes && sink.HasRoom(vectorBytes)) {
+    while (static_cast<USize>(end - source) >= vectorBytes && sink.HasRoom(vectorBytes)) {
         const Vector first = Load(source);
         const Vector second = Load(source + vectorUnits);
         if (FindNonAscii(_mm512_or_si512(first, second)) != 0) {
             break;
         }
-        sink.PutAscii(first, second, step);
-        source += step;
-        left -= step;
-        step = vectorBytes;
+        sink.PutAscii(first, second);
+        source += vectorBytes;
     }
+}
+
+/// Converts text whose units bring one or two bytes, to the end or the next unit of three.
+template <class Sink>
+[[gnu::always_inline]] inline void EncodeNarrowEnd(const UInt16*& source, const UInt16* end, Sink& sink)
+{
+    while (source != end) {
+        const USize left = static_cast<USize>(end - source);
+        const UInt32 own = left < vectorUnits ? static_cast<UInt32>(FirstLanes(left)) : everyUnit;
+        const Vector units = _mm512_maskz_loadu_epi16(own, source);
+        const UInt32 nonAscii = static_cast<UInt32>(FindNonAscii(units));
+        const USize count = (left < vectorUnits ? left : vectorUnits) + CountLanes(nonAscii);
+        if (_mm512_test_epi16_mask(units, Words(xF800)) != 0 || !sink.HasRoom(count)) {
+            return;
+        }
+        sink.PutNarrowEnd(units, own, nonAscii, count);
+        source += left < vectorUnits ? left : vectorUnits;
+    }
+}
+
+/// Converts text whose units bring one or two bytes, with few of three among them, by full vectors. Answers
+/// whether it stopped behind ASCII, otherwise anything else follows.
+template <class Sink>
+[[gnu::always_inline]] inline bool EncodeNarrow(const UInt16*& source, const UInt16* end, Sink& sink)
+{
+    // What follows the vector in hand brings a byte for each unit at least, so full stores do not reach
+    // behind the result.
+    while (static_cast<USize>(end - source) >= 2 * vectorUnits && sink.HasRoom(bulkRoom)) {
+        const Vector units = Load(source);
+        const UInt32 nonAscii = static_cast<UInt32>(FindNonAscii(units));
+        const UInt32 wide = _mm512_test_epi16_mask(units, Words(xF800));
+        if (wide == 0) {
+            sink.PutNarrow(units, nonAscii);
+            source += vectorUnits;
+            if (nonAscii == 0) {
+                return true;
+            }
+        } else {
+            const Vector upper = _mm512_and_si512(units, Words(xF800));
+            if (CountLanes(wide) > fewWide || _mm512_cmpeq_epi16_mask(upper, Words(xD800)) != 0) {
+                return false;
+            }
+            sink.PutFewWide(source, units, nonAscii, wide);
+            source += vectorUnits;
+        }
+    }
+    EncodeNarrowEnd(source, end, sink);
+    return false;
 }
 
 /// Converts as far as full vectors go, and answers whether it makes sense to go on.
 template <class Sink>
 [[gnu::always_inline]] inline bool EncodeLong(const UInt16*& source, const UInt16* end, Sink& sink)
 {
-    for (;;) {
-        EncodeAscii(source, end, sink);
-        Step step = Step::Done;
-        while (step == Step::Done) {
-            const USize left = static_cast<USize>(end - source);
-            if (left < vectorUnits) {
-                return true;
-            }
-            step = EncodeStep(source, Load(source), everyUnit, sink, left >= bulkUnits);
+    Step step = Step::Narrow;
+    while (step != Step::Stopped) {
+        if (step == Step::Narrow && EncodeNarrow(source, end, sink)) {
+            EncodeAscii(source, end, sink);
         }
-        if (step == Step::Stopped) {
-            return false;
+        const USize left = static_cast<USize>(end - source);
+        if (left < vectorUnits) {
+            return true;
         }
+        step = EncodeStep(source, Load(source), everyUnit, left - vectorUnits, sink);
     }
+    return false;
 }
 
 template <class Sink>
@@ -308,13 +436,23 @@ template <class Sink>
     return static_cast<USize>(source - start);
 }
 
+/// Loads up to 32 units, and does not touch more memory than it must: loads wait for stores that were just
+/// made next to the text, even if masks exclude them.
+[[gnu::always_inline]] inline Vector LoadUnits(const UInt16* source, USize length, UInt32 own)
+{
+    if (length <= vectorUnits / 2) {
+        return _mm512_zextsi256_si512(_mm256_maskz_loadu_epi16(static_cast<UInt16>(own), source));
+    }
+    return _mm512_maskz_loadu_epi16(own, source);
+}
+
 /// Converts up to 32 units. Answers how many.
 template <class Sink>
 [[gnu::always_inline]] inline USize EncodeShort(const UInt16* start, USize length, Sink& sink)
 {
     const UInt32 own = static_cast<UInt32>(FirstLanes(length));
     const UInt16* source = start;
-    EncodeStep(source, _mm512_maskz_loadu_epi16(own, source), own, sink, false);
+    EncodeStep(source, LoadUnits(source, length, own), own, 0, sink);
     return static_cast<USize>(source - start);
 }
 
@@ -332,6 +470,50 @@ TranscodeProgress MeasureShortly(const UInt16* source, USize length)
     return {read, counter.bytes};
 }
 
+[[gnu::noinline]] TranscodeProgress EncodeMixed(const UInt16* source, USize length, UInt8* target, USize room)
+{
+    ByteWriter writer = {target, target + room};
+    const USize read = EncodeAll(source, length, writer);
+    return {read, static_cast<USize>(writer.target - target)};
+}
+
+/// Packs 128 units of ASCII. False when they are not.
+[[gnu::always_inline]] inline bool PackTwo(const UInt16* source, UInt8* target)
+{
+    const Vector first = Load(source);
+    const Vector second = Load(source + vectorUnits);
+    const Vector third = Load(source + 2 * vectorUnits);
+    const Vector fourth = Load(source + 3 * vectorUnits);
+    const Vector all = _mm512_or_si512(_mm512_or_si512(first, second), _mm512_or_si512(third, fourth));
+    if (FindNonAscii(all) != 0) {
+        return false;
+    }
+    _mm512_storeu_si512(target, Pack(first, second));
+    _mm512_storeu_si512(target + vectorBytes, Pack(third, fourth));
+    return true;
+}
+
+/// Converts ASCII at the beginning of a text of 64 units or more, into room for all of it. Answers how far
+/// that went: to the end, or anywhere in front of the first unit that is different.
+[[gnu::always_inline]] inline USize EncodeAsciiPrefix(const UInt16* source, USize length, UInt8* target)
+{
+    USize i = 0;
+    while (i + 2 * vectorBytes <= length && PackTwo(source + i, target + i)) {
+        i += 2 * vectorBytes;
+    }
+    // The last step may convert some units again.
+    for (; i < length; i += vectorBytes) {
+        const USize position = i + vectorBytes <= length ? i : length - vectorBytes;
+        const Vector first = Load(source + position);
+        const Vector second = Load(source + position + vectorUnits);
+        if (FindNonAscii(_mm512_or_si512(first, second)) != 0) {
+            return i;
+        }
+        _mm512_storeu_si512(target + position, Pack(first, second));
+    }
+    return length;
+}
+
 } // namespace
 
 TranscodeProgress EncodeAvx512(const UInt16* source, USize length, UInt8* target, USize room)
@@ -339,9 +521,15 @@ TranscodeProgress EncodeAvx512(const UInt16* source, USize length, UInt8* target
     if (length <= vectorUnits) {
         return EncodeShortly(source, length, target, room);
     }
-    ByteWriter writer = {target, target + room};
-    const USize read = EncodeAll(source, length, writer);
-    return {read, static_cast<USize>(writer.target - target)};
+    if (length < vectorBytes || room < length || FindNonAscii(Load(source)) != 0) {
+        return EncodeMixed(source, length, target, room);
+    }
+    const USize ascii = EncodeAsciiPrefix(source, length, target);
+    if (ascii == length) {
+        return {length, length};
+    }
+    const TranscodeProgress rest = EncodeMixed(source + ascii, length - ascii, target + ascii, room - ascii);
+    return {ascii + rest.read, ascii + rest.produced};
 }
 
 TranscodeProgress MeasureAvx512(const UInt16* source, USize length)

@@ -81,9 +81,6 @@ extern const TranscodeKernels transcodeSse42;
 extern const TranscodeKernels transcodeAvx2;
 extern const TranscodeKernels transcodeAvx512;
 
-/// The best set that this processor and system support.
-const TranscodeKernels& GetTranscodeKernels() noexcept;
-
 /// Every set that can run here, the best first. Answers how many were stored.
 constexpr UInt32 maxTranscodeKernels = 4;
 UInt32 ListTranscodeKernels(const TranscodeKernels* (&list)[maxTranscodeKernels]) noexcept;
@@ -120,6 +117,9 @@ int ReferenceUTF8ToUTF16(const char* source, int sourceLength, unsigned short* t
                          bool strict) noexcept;
 int ReferenceUTF16ToUTF8(const unsigned short* source, int sourceLength, char* target, int targetLength,
                          bool strict) noexcept;
+
+/// Reports the sequence at `offset`, where a conversion from UTF-8 failed, if its form was the reason.
+void ReportIfMalformed(const char* source, USize offset) noexcept;
 
 /// The trailing bytes that a lead byte announces; bytes that cannot lead count as single. 4 stands for 0xF8
 /// and above, which announce more than UTF-8 has.
