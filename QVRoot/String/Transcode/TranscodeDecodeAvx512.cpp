@@ -12,6 +12,7 @@ namespace {
 
 constexpr USize context = 3;
 constexpr USize windowBytes = vectorBytes - context;
+constexpr USize halfWindowBytes = vectorBytes / 2 - context;
 constexpr UInt64 contextLanes = 7;
 
 /// While this much of a source is left, full stores cannot reach behind the result.
@@ -129,7 +130,15 @@ struct UnitCounter {
     return true;
 }
 
+/// Loads the lanes of a window or, for short texts, of its first half.
+template <bool isHalf>
+inline Vector LoadWindow(UInt64 lanes, const UInt8* window)
+{
+    return isHalf ? LoadHalfLanes(lanes, window) : LoadLanes(lanes, window);
+}
+
 /// Finds the units that end in the lanes `own` of a window. False when something there is not in order.
+template <bool isHalf>
 [[gnu::always_inline]] inline bool FindUnits(const UInt8* window, Vector bytes, UInt64 own, UInt64 nonAscii,
                                              Units& units)
 {
@@ -143,7 +152,7 @@ struct UnitCounter {
         if (((((leads << 1) ^ trailing) | neither) & own) != 0) {
             return false;
         }
-        const Vector before1 = LoadLanes(trailing, window - 1);
+        const Vector before1 = LoadWindow<isHalf>(trailing, window - 1);
         units.ends = own & ~leads;
         units.low =
             OrMasked(_mm512_and_si512(bytes, Bytes(0x7F)), _mm512_slli_epi16(before1, 6), Bytes(0xC0));
@@ -156,8 +165,8 @@ struct UnitCounter {
     if (((((leads << 1 | thirds | fourths) ^ trailing) | neither) & own) != 0) {
         return false;
     }
-    const Vector before1 = LoadLanes(trailing, window - 1);
-    const Vector before2 = LoadLanes(thirds, window - 2);
+    const Vector before1 = LoadWindow<isHalf>(trailing, window - 1);
+    const Vector before2 = LoadWindow<isHalf>(thirds, window - 2);
     units.ends = own & ~(leads | leads3 << 1);
     units.low = OrMasked(_mm512_and_si512(bytes, Bytes(0x7F)), _mm512_slli_epi16(before1, 6), Bytes(0xC0));
     units.high = Select(_mm512_slli_epi16(before2, 4), _mm512_srli_epi16(before1, 2), Bytes(0xF0));
@@ -197,22 +206,22 @@ template <class Sink>
 }
 
 /// Converts up to a window's new bytes, from the beginning of a sequence on. Answers how many.
-template <class Sink>
+template <bool isHalf, class Sink>
 [[gnu::always_inline]] inline USize DecodeShort(const UInt8* source, USize length, Sink& sink)
 {
     const UInt64 own = FirstLanes(length) << context;
     const UInt8* const window = source - context;
-    const Vector bytes = LoadLanes(own, window);
+    const Vector bytes = LoadWindow<isHalf>(own, window);
     const UInt64 nonAscii = _mm512_movepi8_mask(bytes);
     if (nonAscii == 0) {
         if (!sink.HasRoom(length)) {
             return 0;
         }
-        sink.PutShortAscii(LoadLanes(FirstLanes(length), source), length);
+        sink.PutShortAscii(LoadWindow<isHalf>(FirstLanes(length), source), length);
         return length;
     }
     Units units;
-    if (!FindUnits(window, bytes, own, nonAscii, units)) {
+    if (!FindUnits<isHalf>(window, bytes, own, nonAscii, units)) {
         return 0;
     }
     const USize count = CountLanes(units.ends);
@@ -258,7 +267,7 @@ template <class Sink>
             return Turn::Ascii;
         }
         Units units;
-        if (!FindUnits(source - context, bytes, own, nonAscii, units)) {
+        if (!FindUnits<false>(source - context, bytes, own, nonAscii, units)) {
             return Turn::Stopped;
         }
         const USize count = CountLanes(units.ends);
@@ -313,14 +322,16 @@ template <class Sink>
 TranscodeProgress DecodeShortly(const UInt8* source, USize length, UInt16* target, USize room)
 {
     UnitWriter writer = {target, target + room};
-    const USize read = DecodeShort(source, length, writer);
+    const USize read = length <= halfWindowBytes ? DecodeShort<true>(source, length, writer)
+                                                 : DecodeShort<false>(source, length, writer);
     return {read, static_cast<USize>(writer.target - target)};
 }
 
 TranscodeProgress CountShortly(const UInt8* source, USize length)
 {
     UnitCounter counter = {0};
-    const USize read = DecodeShort(source, length, counter);
+    const USize read = length <= halfWindowBytes ? DecodeShort<true>(source, length, counter)
+                                                 : DecodeShort<false>(source, length, counter);
     return {read, counter.units};
 }
 

@@ -43,6 +43,13 @@ inline Vector LoadLanes(UInt64 lanes, const void* address)
     return _mm512_maskz_loadu_epi8(lanes, address);
 }
 
+/// The same for the first 32 lanes. Short texts are loaded and stored no wider than they must be: a load
+/// waits for every store that was just made to the memory next to the text, even where masks exclude that.
+inline Vector LoadHalfLanes(UInt64 lanes, const void* address)
+{
+    return _mm512_zextsi256_si512(_mm256_maskz_loadu_epi8(static_cast<UInt32>(lanes), address));
+}
+
 inline UInt64 FirstLanes(USize count)
 {
     return _bzhi_u64(everyLane, static_cast<unsigned>(count));
@@ -81,6 +88,10 @@ inline Vector Widen32(__m256i bytes)
 inline void StoreUnits(UInt16* target, Vector first, Vector second, USize count)
 {
     const UInt64 lanes = FirstLanes(count);
+    if (count <= vectorUnits / 2) {
+        _mm256_mask_storeu_epi16(target, static_cast<UInt16>(lanes), _mm512_castsi512_si256(first));
+        return;
+    }
     _mm512_mask_storeu_epi16(target, static_cast<UInt32>(lanes), first);
     if (count > vectorUnits) {
         _mm512_mask_storeu_epi16(target + vectorUnits, static_cast<UInt32>(lanes >> vectorUnits), second);
