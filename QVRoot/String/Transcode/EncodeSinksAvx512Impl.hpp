@@ -95,6 +95,41 @@ constexpr NarrowLayout narrowLayout = MakeNarrowLayout();
     return _mm512_mask_mov_epi16(units, lanes.nonAscii, result);
 }
 
+/// The last two bytes where there are three, else the same.
+[[gnu::always_inline]] inline Vector MakeLastTwoBytes(const UInt16* source, Vector units, const Lanes& lanes)
+{
+    const Vector twoBytes = MakeTwoBytes(source, units, lanes);
+    return _mm512_mask_mov_epi16(twoBytes, lanes.wide, MaskAndMark(twoBytes, Words(x3F3F), Words(x8080)));
+}
+
+/// Four bytes for each of sixteen units: the first of three, their last two or two in all, none.
+[[gnu::always_inline]] inline Vector MakeThree(__m256i units, __m256i twoBytes, __mmask16 wide)
+{
+    const Vector leads =
+        _mm512_or_si512(_mm512_srli_epi32(_mm512_cvtepu16_epi32(units), 12), _mm512_set1_epi32(0xE0));
+    const Vector bytes = _mm512_slli_epi32(_mm512_cvtepu16_epi32(twoBytes), 8);
+    return _mm512_mask_or_epi32(bytes, wide, bytes, leads);
+}
+
+[[gnu::always_inline]] inline Vector MakeFirstThree(Vector units, Vector twoBytes, const Lanes& lanes)
+{
+    return MakeThree(_mm512_castsi512_si256(units), _mm512_castsi512_si256(twoBytes),
+                     static_cast<__mmask16>(lanes.wide));
+}
+
+[[gnu::always_inline]] inline Vector MakeLastThree(Vector units, Vector twoBytes, const Lanes& lanes)
+{
+    return MakeThree(_mm512_extracti64x4_epi64(units, 1), _mm512_extracti64x4_epi64(twoBytes, 1),
+                     static_cast<__mmask16>(lanes.wide >> 16));
+}
+
+/// Which of those bytes are in use, for the sixteen units from `from` on.
+[[gnu::always_inline]] inline UInt64 FindUsed(const Lanes& lanes, int from)
+{
+    return _pdep_u64(lanes.wide >> from, everyLane / 15) | _pdep_u64(lanes.own >> from, everyLane / 15 * 2) |
+           _pdep_u64(lanes.nonAscii >> from, everyLane / 15 * 4);
+}
+
 /// The kernels for texts not longer than a vector, and for the ends of longer ones.
 [[gnu::noinline]] TranscodeProgress EncodeShortly(const UInt16* source, USize length, UInt8* target,
                                                   USize room);
@@ -189,6 +224,21 @@ struct ByteWriter {
         target += vectorBytes;
     }
 
+    /// Writes a full vector that holds no surrogate. 64 bytes or more will follow.
+    [[gnu::always_inline]] void PutMixed(const UInt16* source, Vector units, UInt32 nonAscii, UInt32 wide)
+    {
+        const Lanes lanes = {everyUnit, nonAscii, wide, 0, 0};
+        const Vector twoBytes = MakeLastTwoBytes(source, units, lanes);
+        const UInt64 first = FindUsed(lanes, 0);
+        const UInt64 second = FindUsed(lanes, 16);
+        _mm512_storeu_si512(target,
+                            _mm512_maskz_compress_epi8(first, MakeFirstThree(units, twoBytes, lanes)));
+        target += CountLanes(first);
+        _mm512_storeu_si512(target,
+                            _mm512_maskz_compress_epi8(second, MakeLastThree(units, twoBytes, lanes)));
+        target += CountLanes(second);
+    }
+
     /// Writes `count` bytes of any units, likewise.
     [[gnu::always_inline]] void Put(const UInt16* source, Vector units, const Lanes& lanes, USize count,
                                     USize after)
@@ -198,9 +248,15 @@ struct ByteWriter {
                 _pdep_u64(lanes.own, everyLane / 3) | _pdep_u64(lanes.nonAscii, everyLane / 3 * 2);
             Store(_mm512_maskz_compress_epi8(used, MakeTwoBytes(source, units, lanes)), count, after);
         } else {
-            const Vector twoBytes = MakeTwoBytes(source, units, lanes);
-            const Vector tail = MaskAndMark(twoBytes, Words(x3F3F), Words(x8080));
-            PutMixed(units, _mm512_mask_mov_epi16(twoBytes, lanes.wide, tail), lanes, after);
+            const Vector twoBytes = MakeLastTwoBytes(source, units, lanes);
+            const UInt64 first = FindUsed(lanes, 0);
+            const UInt64 second = FindUsed(lanes, 16);
+            Store(_mm512_maskz_compress_epi8(first, MakeFirstThree(units, twoBytes, lanes)),
+                  CountLanes(first), CountLanes(second) + after);
+            if (second != 0) {
+                Store(_mm512_maskz_compress_epi8(second, MakeLastThree(units, twoBytes, lanes)),
+                      CountLanes(second), after);
+            }
         }
     }
 
@@ -232,31 +288,6 @@ private:
         const Vector bits = _mm512_multishift_epi64_epi8(Load(wideLayout.shifts), groups);
         return MaskAndMark(bits, Load(wideLayout.masks), Load(wideLayout.marks));
     }
-
-    [[gnu::always_inline]] void PutMixed(Vector units, Vector twoBytes, const Lanes& lanes, USize after)
-    {
-        const USize second = CountLanes(lanes.own >> 16);
-        PutSixteen(_mm512_castsi512_si256(units), _mm512_castsi512_si256(twoBytes), lanes, 0, second + after);
-        if (second != 0) {
-            PutSixteen(_mm512_extracti64x4_epi64(units, 1), _mm512_extracti64x4_epi64(twoBytes, 1), lanes, 16,
-                       after);
-        }
-    }
-
-    /// Half of a step: four bytes for each unit, the first of them for wide ones alone, the last for none.
-    [[gnu::always_inline]] void PutSixteen(__m256i units, __m256i twoBytes, const Lanes& lanes, int from,
-                                           USize after)
-    {
-        const Vector lead =
-            _mm512_or_si512(_mm512_srli_epi32(_mm512_cvtepu16_epi32(units), 12), _mm512_set1_epi32(0xE0));
-        const Vector tail = _mm512_slli_epi32(_mm512_cvtepu16_epi32(twoBytes), 8);
-        const Vector bytes =
-            _mm512_mask_or_epi32(tail, static_cast<__mmask16>(lanes.wide >> from), tail, lead);
-        const UInt64 used = _pdep_u64(lanes.wide >> from, everyLane / 15) |
-                            _pdep_u64(lanes.own >> from, everyLane / 15 * 2) |
-                            _pdep_u64(lanes.nonAscii >> from, everyLane / 15 * 4);
-        Store(_mm512_maskz_compress_epi8(used, bytes), CountLanes(used), after);
-    }
 };
 
 /// Counts bytes.
@@ -279,6 +310,10 @@ struct ByteCounter {
     void PutFewWide(const UInt16*, Vector, UInt32 nonAscii, UInt32 wide)
     {
         bytes += vectorUnits + CountLanes(nonAscii) + CountLanes(wide);
+    }
+    void PutMixed(const UInt16* source, Vector units, UInt32 nonAscii, UInt32 wide)
+    {
+        PutFewWide(source, units, nonAscii, wide);
     }
     void PutWide(Vector, USize count, USize) { bytes += count; }
     void PutPairs(Vector) { bytes += vectorBytes; }

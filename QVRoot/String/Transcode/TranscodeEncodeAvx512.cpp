@@ -27,7 +27,7 @@ constexpr USize fewWide = 3;
 }
 
 /// What a step converted: text that another kind of step converts faster, or not.
-enum class Step { Stopped, Narrow, Wide };
+enum class Step { Stopped, Narrow, Mixed, Wide, Pairs };
 
 /// Converts the units in the lanes `own`, and moves `source` along. At least `after` units follow.
 template <class Sink>
@@ -76,7 +76,7 @@ template <class Sink>
     }
     sink.Put(source, units, lanes, bytes, after);
     source += count;
-    return (lanes.wide | lanes.highs) == 0 ? Step::Narrow : Step::Wide;
+    return lanes.highs != 0 ? Step::Pairs : lanes.wide != 0 ? Step::Mixed : Step::Narrow;
 }
 
 /// Converts ASCII by pairs of vectors.
@@ -160,15 +160,40 @@ template <class Sink>
     }
 }
 
+/// Converts text that mixes units of one, two and three bytes, whatever the share of each, by full vectors.
+/// Stops at surrogates, and at the second vector in a row that is made for one of the other loops.
+template <class Sink>
+[[gnu::always_inline]] inline void EncodeMixture(const UInt16*& source, const UInt16* end, Sink& sink)
+{
+    bool wasSimple = false;
+    while (static_cast<USize>(end - source) >= vectorUnits + vectorBytes && sink.HasRoom(bulkRoom)) {
+        const Vector units = Load(source);
+        const UInt32 nonAscii = static_cast<UInt32>(FindNonAscii(units));
+        const UInt32 wide = _mm512_test_epi16_mask(units, Words(xF800));
+        const Vector upper = _mm512_and_si512(units, Words(xF800));
+        const bool isSimple = CountLanes(wide) <= 1 || wide == everyUnit;
+        if (_mm512_cmpeq_epi16_mask(upper, Words(xD800)) != 0 || (isSimple && wasSimple)) {
+            return;
+        }
+        sink.PutMixed(source, units, nonAscii, wide);
+        source += vectorUnits;
+        wasSimple = isSimple;
+    }
+}
+
 /// Converts as far as full vectors go, and answers whether it makes sense to go on.
 template <class Sink>
 [[gnu::always_inline]] inline bool EncodeLong(const UInt16*& source, const UInt16* end, Sink& sink)
 {
+    Step before = Step::Wide;
     Step step = Step::Wide;
     while (step != Step::Stopped) {
-        if (step == Step::Narrow) {
+        if (step == Step::Narrow && before != Step::Pairs) {
             EncodeSimple(source, end, sink);
+        } else if (step == Step::Mixed && before != Step::Pairs) {
+            EncodeMixture(source, end, sink);
         }
+        before = step;
         const USize left = static_cast<USize>(end - source);
         if (left < vectorUnits) {
             return true;
