@@ -296,6 +296,27 @@ TEST_P(TranscodeTest, FindsTheSameErrorsInBrokenTexts)
     }
 }
 
+/// Long texts of one kind, which take loops of their own, with one thing in them that ends the loop.
+TEST_P(TranscodeTest, NoticesOneOddCharacterInMonotonousText)
+{
+    Comparison decode(decoding, GetKernels());
+    Comparison encode(encoding, GetKernels());
+    for (const UInt32 usual : {0x61, 0x416, 0x4E00, 0x1F600}) {
+        for (const UInt32 odd : {0x62, 0xE9, 0x20AC, 0x1F680, 0xD800, 0x10FFFF}) {
+            for (USize place = 0; place < 1100; place += 1 + maker_.Below(60)) {
+                Utf8Text text;
+                Utf16Text units;
+                for (USize i = 0; i < 1100; ++i) {
+                    Append(text, i == place ? odd : usual);
+                    Append(units, i == place ? odd : usual);
+                }
+                decode.Check(text, false);
+                encode.Check(units, false);
+            }
+        }
+    }
+}
+
 TEST_P(TranscodeTest, CutsTextsLikeTheReference)
 {
     Comparison decode(decoding, GetKernels());

@@ -18,7 +18,7 @@ constexpr UInt64 contextLanes = 7;
 /// While this much of a source is left, full stores cannot reach behind the result.
 constexpr USize bulkBytes = windowBytes + 3 * vectorBytes;
 
-/// From here on it pays to align stores first.
+/// From here on it pays to care for the cache: to align stores, or to ask for lines in time.
 constexpr USize longText = 512;
 
 /// How far ahead of the stores long texts of ASCII ask for the lines to store to.
@@ -36,6 +36,14 @@ struct Units {
                                                   USize room);
 [[gnu::noinline]] TranscodeProgress CountShortly(const UInt8* source, USize length);
 
+/// Widens 64 bytes.
+inline void WidenVector(const UInt8* source, UInt16* target)
+{
+    const __m256i* const halves = reinterpret_cast<const __m256i*>(source);
+    _mm512_storeu_si512(target, Widen32(_mm256_loadu_si256(halves)));
+    _mm512_storeu_si512(target + vectorUnits, Widen32(_mm256_loadu_si256(halves + 1)));
+}
+
 /// Writes units.
 struct UnitWriter {
     UInt16* target;
@@ -47,9 +55,7 @@ struct UnitWriter {
     /// Writes 64 units, of which `count` stay.
     void PutAscii(const UInt8* source, USize count)
     {
-        const __m256i* const halves = reinterpret_cast<const __m256i*>(source);
-        _mm512_storeu_si512(target, Widen32(_mm256_loadu_si256(halves)));
-        _mm512_storeu_si512(target + vectorUnits, Widen32(_mm256_loadu_si256(halves + 1)));
+        WidenVector(source, target);
         target += count;
     }
 
@@ -343,14 +349,6 @@ TranscodeProgress CountShortly(const UInt8* source, USize length)
     UnitWriter writer = {target, target + room};
     const USize read = DecodeAll(source, length, writer);
     return {read, static_cast<USize>(writer.target - target)};
-}
-
-/// Widens 64 bytes.
-inline void WidenVector(const UInt8* source, UInt16* target)
-{
-    const __m256i* const halves = reinterpret_cast<const __m256i*>(source);
-    _mm512_storeu_si512(target, Widen32(_mm256_loadu_si256(halves)));
-    _mm512_storeu_si512(target + vectorUnits, Widen32(_mm256_loadu_si256(halves + 1)));
 }
 
 /// Widens 256 bytes of ASCII. False when they are not.
