@@ -151,6 +151,25 @@ template <class Sink>
     return false;
 }
 
+/// Converts text whose units all bring three bytes.
+template <class Sink>
+[[gnu::always_inline]] inline void EncodeWide(const UInt16*& source, const UInt16* end, Sink& sink)
+{
+    while (source != end) {
+        const USize left = static_cast<USize>(end - source);
+        const USize count = left < vectorUnits ? left : vectorUnits;
+        const UInt32 own = static_cast<UInt32>(FirstLanes(count));
+        const Vector units = LoadUnits(source, count, own);
+        const Vector upper = _mm512_and_si512(units, Words(xF800));
+        if (_mm512_test_epi16_mask(units, Words(xF800)) != own ||
+            _mm512_cmpeq_epi16_mask(upper, Words(xD800)) != 0 || !sink.HasRoom(3 * count)) {
+            return;
+        }
+        sink.PutWide(units, 3 * count, left - count);
+        source += count;
+    }
+}
+
 /// Converts what takes one kind of step only.
 template <class Sink>
 [[gnu::always_inline]] inline void EncodeSimple(const UInt16*& source, const UInt16* end, Sink& sink)
@@ -254,6 +273,7 @@ TranscodeProgress MeasureShortly(const UInt16* source, USize length)
     const UInt16* position = source;
     ByteWriter writer = {target, target + room};
     EncodeSimple(position, source + length, writer);
+    EncodeWide(position, source + length, writer);
     const USize read = static_cast<USize>(position - source);
     const USize produced = static_cast<USize>(writer.target - target);
     if (read == length) {
