@@ -1,262 +1,12 @@
 /// The pooled heap against the runtime library's heap and against general-purpose allocators, each called
 /// through a function pointer as a back end is.
+#include <Benchmarks/Support/AllocationWorkloads.hpp>
 #include <QVRoot/MemoryManagement/Core/BackEndImpl.hpp>
-
-#include <benchmark/benchmark.h>
-
-#include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <cstring>
-#include <new>
-#include <random>
-#include <string>
-#include <thread>
-#include <vector>
-
-#if defined(QV_PEER_MIMALLOC) || defined(QV_PEER_JEMALLOC) || defined(QV_PEER_TCMALLOC)
-#define QV_HAS_PEERS
-#include <dlfcn.h>
-#include <unistd.h>
-#endif
 
 using namespace QV;
 using namespace QV::Impl;
 
 namespace {
-
-struct Allocator {
-    std::string name;
-    void* (*allocate)(USize size);
-    void* (*reallocate)(void* block, USize size);
-    void (*free)(void* block);
-};
-
-void Touch(void* block)
-{
-    *static_cast<volatile char*>(block) = 1;
-}
-
-void PairOf64(benchmark::State& state, const Allocator& heap)
-{
-    for (auto _ : state) {
-        void* const block = heap.allocate(64);
-        benchmark::DoNotOptimize(block);
-        heap.free(block);
-    }
-    state.SetItemsProcessed(state.iterations());
-}
-
-std::vector<USize> MakeSizes(USize count, USize most)
-{
-    // Small sizes are the most frequent, as they are in programs.
-    std::mt19937_64 random(7);
-    std::vector<USize> sizes(count);
-    for (USize& size : sizes) {
-        size = 8 + random() % (most >> random() % 4);
-    }
-    return sizes;
-}
-
-/// Allocates mixed sizes, then frees them in the given order.
-void MixedSizes(benchmark::State& state, const Allocator& heap, bool lastFirst)
-{
-    constexpr USize count = 4000;
-    const std::vector<USize> sizes = MakeSizes(count, 1024);
-    std::vector<USize> order(count);
-    for (USize i = 0; i < count; ++i) {
-        order[i] = count - 1 - i;
-    }
-    if (!lastFirst) {
-        std::shuffle(order.begin(), order.end(), std::mt19937_64(8));
-    }
-    std::vector<void*> blocks(count);
-    for (auto _ : state) {
-        for (USize i = 0; i < count; ++i) {
-            blocks[i] = heap.allocate(sizes[i]);
-            Touch(blocks[i]);
-        }
-        for (const USize i : order) {
-            heap.free(blocks[i]);
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<Int64>(count));
-}
-
-void MixedSizesLastFirst(benchmark::State& state, const Allocator& heap)
-{
-    MixedSizes(state, heap, true);
-}
-
-void MixedSizesRandom(benchmark::State& state, const Allocator& heap)
-{
-    MixedSizes(state, heap, false);
-}
-
-/// Eight buffers that grow side by side, by half of their size, up to 1 MB each.
-void ReallocateGrowing(benchmark::State& state, const Allocator& heap)
-{
-    constexpr USize count = 8;
-    constexpr USize most = USize{1} << 20;
-    Int64 steps = 0;
-    for (auto _ : state) {
-        void* blocks[count] = {};
-        for (USize size = 16, before = 0; size <= most; before = size, size += size / 2) {
-            for (void*& block : blocks) {
-                block = block != nullptr ? heap.reallocate(block, size) : heap.allocate(size);
-                std::memset(static_cast<char*>(block) + before, 1, size - before);
-                ++steps;
-            }
-        }
-        for (void* const block : blocks) {
-            heap.free(block);
-        }
-    }
-    state.SetItemsProcessed(steps);
-}
-
-/// One buffer that grows by 100 bytes at a time up to 256 KB.
-void ReallocateAppending(benchmark::State& state, const Allocator& heap)
-{
-    Int64 steps = 0;
-    for (auto _ : state) {
-        void* block = heap.allocate(100);
-        for (USize size = 200; size <= 256 * 1024; size += 100) {
-            block = heap.reallocate(block, size);
-            static_cast<char*>(block)[size - 1] = 1;
-            ++steps;
-        }
-        heap.free(block);
-    }
-    state.SetItemsProcessed(steps);
-}
-
-void ReplaceAmong(benchmark::State& state, const Allocator& heap, USize live)
-{
-    const std::vector<USize> sizes = MakeSizes(65536, 1024);
-    std::mt19937_64 random(9);
-    std::vector<void*> blocks(live);
-    USize next = 0;
-    for (void*& block : blocks) {
-        block = heap.allocate(sizes[next++ % sizes.size()]);
-        Touch(block);
-    }
-    UInt64 place = 1;
-    for (auto _ : state) {
-        place = place * 6364136223846793005u + 1442695040888963407u;
-        void*& block = blocks[(place >> 32) * live >> 32];
-        heap.free(block);
-        block = heap.allocate(sizes[next++ % sizes.size()]);
-        Touch(block);
-    }
-    for (void* const block : blocks) {
-        heap.free(block);
-    }
-    state.SetItemsProcessed(state.iterations());
-}
-
-void ReplaceAmong10Thousand(benchmark::State& state, const Allocator& heap)
-{
-    ReplaceAmong(state, heap, 10'000);
-}
-
-void ReplaceAmong1Million(benchmark::State& state, const Allocator& heap)
-{
-    ReplaceAmong(state, heap, 1'000'000);
-}
-
-/// A ring between one thread that writes and one that reads.
-class Ring {
-public:
-    void Put(void* block)
-    {
-        const USize tail = tail_.load(std::memory_order_relaxed);
-        while (tail - knownHead_ == capacity) {
-            knownHead_ = head_.load(std::memory_order_acquire);
-        }
-        places_[tail % capacity] = block;
-        tail_.store(tail + 1, std::memory_order_release);
-    }
-    void* Get()
-    {
-        const USize head = head_.load(std::memory_order_relaxed);
-        while (head == knownTail_) {
-            knownTail_ = tail_.load(std::memory_order_acquire);
-        }
-        void* const block = places_[head % capacity];
-        head_.store(head + 1, std::memory_order_release);
-        return block;
-    }
-
-private:
-    static constexpr USize capacity = 1024;
-
-    alignas(128) std::atomic<USize> head_ = 0;
-    USize knownTail_ = 0;
-    alignas(128) std::atomic<USize> tail_ = 0;
-    USize knownHead_ = 0;
-    alignas(128) void* places_[capacity] = {};
-};
-
-/// One thread allocates and fills, the other reads and frees.
-void ProducerConsumer(benchmark::State& state, const Allocator& heap)
-{
-    constexpr int batch = 10'000;
-    const std::vector<USize> sizes = MakeSizes(4096, 256);
-    Ring ring;
-    std::thread consumer([&] {
-        while (void* const block = ring.Get()) {
-            benchmark::DoNotOptimize(*static_cast<char*>(block));
-            heap.free(block);
-        }
-    });
-    USize next = 0;
-    for (auto _ : state) {
-        for (int i = 0; i < batch; ++i) {
-            void* const block = heap.allocate(sizes[next++ % sizes.size()]);
-            Touch(block);
-            ring.Put(block);
-        }
-    }
-    ring.Put(nullptr);
-    consumer.join();
-    state.SetItemsProcessed(state.iterations() * batch);
-}
-
-#if defined(QV_HAS_PEERS)
-template <class Function>
-bool Find(void* library, const std::string& name, Function& function)
-{
-    function = reinterpret_cast<Function>(dlsym(library, name.c_str()));
-    return function != nullptr;
-}
-
-void AddPeer(std::vector<Allocator>& allocators, const char* name, const char* file,
-             const std::string& prefix)
-{
-    // In a scope of its own, so that the process keeps its heap and each peer calls itself.
-    void* const library = dlopen(file, RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
-    Allocator peer = {name, nullptr, nullptr, nullptr};
-    if (library == nullptr || !Find(library, prefix + "malloc", peer.allocate) ||
-        !Find(library, prefix + "realloc", peer.reallocate) || !Find(library, prefix + "free", peer.free)) {
-        const char* const reason = dlerror();
-        std::fprintf(stderr, "%s is left out: %s\n", name, reason != nullptr ? reason : "no functions");
-        return;
-    }
-    allocators.push_back(peer);
-}
-
-/// The peers want more room for thread-local data than libraries loaded late are given by default; that is
-/// settled when a process starts.
-void RestartWithRoomForPeers(char** arguments)
-{
-    const char* const variable = "GLIBC_TUNABLES";
-    if (std::getenv(variable) == nullptr) {
-        setenv(variable, "glibc.rtld.optional_static_tls=65536", 1);
-        execv("/proc/self/exe", arguments);
-    }
-}
-#endif
 
 std::vector<Allocator> FindAllocators()
 {
@@ -265,21 +15,15 @@ std::vector<Allocator> FindAllocators()
         allocators.push_back(
             {heap == &GetPooledHeap() ? "pooled" : "system", heap->allocate, heap->reallocate, heap->free});
     }
-#if defined(QV_PEER_MIMALLOC)
-    AddPeer(allocators, "mimalloc", QV_PEER_MIMALLOC, "mi_");
-#endif
-#if defined(QV_PEER_JEMALLOC)
-    AddPeer(allocators, "jemalloc", QV_PEER_JEMALLOC, "");
-#endif
-#if defined(QV_PEER_TCMALLOC)
-    AddPeer(allocators, "tcmalloc", QV_PEER_TCMALLOC, "tc_");
-#endif
+    for (const Allocator& peer : FindPeerAllocators()) {
+        allocators.push_back(peer);
+    }
     return allocators;
 }
 
 struct Workload {
     const char* name;
-    void (*run)(benchmark::State& state, const Allocator& heap);
+    AllocationWorkload run;
 };
 
 constexpr Workload workloads[] = {
@@ -297,18 +41,11 @@ constexpr Workload workloads[] = {
 
 int main(int count, char** arguments)
 {
-#if defined(QV_HAS_PEERS)
     RestartWithRoomForPeers(arguments);
-#endif
     const std::vector<Allocator> allocators = FindAllocators();
     for (const Workload& workload : workloads) {
         for (const Allocator& heap : allocators) {
-            const auto run = [&workload, &heap](benchmark::State& state) { workload.run(state, heap); };
-            const std::string name = std::string(workload.name) + "/" + heap.name;
-            benchmark::internal::Benchmark* const added = benchmark::RegisterBenchmark(name.c_str(), run);
-            if (workload.run == ProducerConsumer) {
-                added->UseRealTime();
-            }
+            RegisterWorkload(workload.name, workload.run, heap);
         }
     }
     benchmark::Initialize(&count, arguments);

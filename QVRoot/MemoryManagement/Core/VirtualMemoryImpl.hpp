@@ -25,6 +25,14 @@ void Decommit(void* address, USize size) noexcept;
 /// accessible.
 bool Recommit(void* address, USize size) noexcept;
 
+/// Whether the system should put pages of the processor's larger sizes behind the range, or must not. A hint;
+/// nothing where the system has no such choice.
+void SetHugePages(void* address, USize size, bool wanted) noexcept;
+
+/// Replaces a range of small pages, all of which have memory, by huge ones at once: it takes as long as
+/// copying the range. A hint as well.
+void JoinPages(void* address, USize size) noexcept;
+
 /// Makes committed pages inaccessible, so that touching them faults; their memory need not be kept.
 bool Protect(void* address, USize size) noexcept;
 

@@ -1,5 +1,7 @@
 #include <QVRoot/MemoryManagement/Core/VirtualMemoryImpl.hpp>
 
+#include <cstring>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -17,6 +19,19 @@ char* Map(USize size) noexcept
 {
     void* const address = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     return address == MAP_FAILED ? nullptr : static_cast<char*>(address);
+}
+
+/// Asking for pages to be joined at once would get around the system's setting.
+bool AreHugePagesAllowed() noexcept
+{
+    char text[64] = {};
+    const int file = open("/sys/kernel/mm/transparent_hugepage/enabled", O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return false;
+    }
+    const ssize_t length = read(file, text, sizeof(text) - 1);
+    close(file);
+    return length > 0 && std::strstr(text, "[never]") == nullptr;
 }
 
 } // namespace
@@ -58,6 +73,20 @@ void Decommit(void* address, USize size) noexcept
 bool Recommit(void*, USize) noexcept
 {
     return true;
+}
+
+void SetHugePages(void* address, USize size, bool wanted) noexcept
+{
+    madvise(address, size, wanted ? MADV_HUGEPAGE : MADV_NOHUGEPAGE);
+}
+
+void JoinPages(void* address, USize size) noexcept
+{
+    constexpr int collapse = 25; // MADV_COLLAPSE, which older headers do not name
+    static const bool allowed = AreHugePagesAllowed();
+    if (allowed && madvise(address, size, MADV_HUGEPAGE) == 0) {
+        madvise(address, size, collapse);
+    }
 }
 
 bool Protect(void* address, USize size) noexcept

@@ -51,6 +51,10 @@ bool Recommit(void* address, USize size) noexcept
     return Commit(address, size);
 }
 
+void SetHugePages(void*, USize, bool) noexcept {}
+
+void JoinPages(void*, USize) noexcept {}
+
 bool Protect(void* address, USize size) noexcept
 {
     DWORD previous;

@@ -1,3 +1,4 @@
+#include <QVRoot/MemoryManagement/Core/Pooled/ArenaImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/PageHeapImpl.hpp>
 
 #include <gtest/gtest.h>
@@ -44,7 +45,7 @@ TEST(PageHeap, GivesSpansThatDoNotOverlapAndLeadBackFromEveryPage)
             ASSERT_EQ(span->pageCount, classInfos[sizeClass].pagesPerSpan);
             for (USize offset = 0; offset < GetBytes(span); offset += PageSize) {
                 ASSERT_EQ(GetSpan(GetStart(span) + offset + PageSize - 1), span);
-                ASSERT_EQ(GetSegment(span)->classOfPage[FindPage(GetStart(span) + offset)], sizeClass);
+                ASSERT_EQ(arena.GetClassMark(GetStart(span) + offset), sizeClass + 1);
             }
             std::memcpy(GetStart(span), &span, sizeof(span));
             std::memcpy(GetStart(span) + GetBytes(span) - sizeof(span), &span, sizeof(span));
@@ -55,7 +56,9 @@ TEST(PageHeap, GivesSpansThatDoNotOverlapAndLeadBackFromEveryPage)
             ASSERT_EQ(std::memcmp(GetStart(span), &span, sizeof(span)), 0);
             ASSERT_EQ(std::memcmp(GetStart(span) + GetBytes(span) - sizeof(span), &span, sizeof(span)), 0);
             spans.pop_back();
+            char* const start = GetStart(span);
             heap.Free(Link({span}));
+            ASSERT_EQ(arena.GetClassMark(start), 0u);
         }
     }
     USize taken = 0;
@@ -84,7 +87,7 @@ TEST(PageHeap, JoinsFreePagesAndGivesThemBack)
     const USize before = heap.GetStatistics().segmentBytes;
     EXPECT_LT(before, 8 * SegmentSize);
     spans.clear();
-    for (UInt32 i = 0; i < UsablePages / LargestSpanPages; ++i) {
+    for (UInt32 i = 0; i < PagesPerSegment / LargestSpanPages; ++i) {
         spans.push_back(heap.Allocate(ClassCount - 1));
     }
     EXPECT_EQ(heap.GetStatistics().segmentBytes, before);

@@ -1,7 +1,7 @@
 #include <QVRoot/MemoryManagement/Core/BackEndImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/BlockImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/PooledHeapImpl.hpp>
-#include <QVRoot/MemoryManagement/Core/Pooled/SpanImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/Pooled/SizeClassesImpl.hpp>
 #include <QVRoot/Threading/CriticalSectionImpl.hpp>
 
 #include <gtest/gtest.h>
@@ -151,10 +151,12 @@ TEST(PooledHeap, GivesMemoryBackOnceItIsFree)
 
 TEST(PooledHeap, ReusesWhatAnEndedThreadHadCached)
 {
+    constexpr USize count = 2000;
+    constexpr USize size = 120;
     const auto work = [] {
-        std::vector<void*> blocks(2000);
+        std::vector<void*> blocks(count);
         for (void*& block : blocks) {
-            block = heap.allocate(120);
+            block = heap.allocate(size);
         }
         for (void* const block : blocks) {
             heap.free(block);
@@ -165,7 +167,7 @@ TEST(PooledHeap, ReusesWhatAnEndedThreadHadCached)
     for (int i = 0; i < 100; ++i) {
         std::thread(work).join();
     }
-    EXPECT_LE(GetHeapStatistics().spanBytes, once.spanBytes);
+    EXPECT_LE(GetHeapStatistics().spanBytes, once.spanBytes + count * (size + ChunkOverhead));
     EXPECT_EQ(GetHeapStatistics().metadataBytes, once.metadataBytes);
 }
 
@@ -252,6 +254,56 @@ TEST_P(PooledHeapDeathTest, EndsTheProcessForADamagedHeader)
     EXPECT_DEATH(heap.free(block), "has a damaged header");
     SetTag(block, tag);
     heap.free(block);
+}
+
+TEST_P(PooledHeapDeathTest, EndsTheProcessForPointersThatAreNoBlocks)
+{
+    const USize size = GetParam();
+    char* const block = static_cast<char*>(heap.allocate(size));
+    char onStack[64] = {};
+    std::vector<void*> wild = {onStack + 16,
+                               reinterpret_cast<void*>(64),
+                               reinterpret_cast<void*>(~USize{0} - 63),
+                               block + 8,
+                               block + 16,
+                               block - 16};
+    for (void* const pointer : wild) {
+        EXPECT_DEATH(heap.free(pointer), "is not a block of this heap|is not the beginning of a block");
+        EXPECT_DEATH(heap.msize(pointer), "is not a block of this heap|is not the beginning of a block");
+    }
+    std::memset(block, 0, size);
+    heap.free(block);
+    // Neither is one whose memory the system has taken back.
+    EXPECT_DEATH(
+        {
+            ReleaseFreeMemory();
+            heap.free(block);
+        },
+        "is not a block of this heap|was freed twice");
+}
+
+TEST_P(PooledHeapDeathTest, FindsASingleByteThatWasWrittenBehindABlock)
+{
+    if (GetParam() > LargestPayload) {
+        GTEST_SKIP() << "such blocks have pages of their own";
+    }
+    std::vector<char*> blocks(100);
+    for (char*& block : blocks) {
+        block = static_cast<char*>(heap.allocate(GetParam()));
+    }
+    std::sort(blocks.begin(), blocks.end());
+    const USize chunkSize = heap.msize(blocks[0]) + ChunkOverhead;
+    const auto next = std::adjacent_find(blocks.begin(), blocks.end(),
+                                         [=](char* one, char* other) { return one + chunkSize == other; });
+    ASSERT_NE(next, blocks.end());
+    char& behind = (*next)[heap.msize(*next)];
+    ++behind;
+    EXPECT_FALSE(heap.heapCheck());
+    EXPECT_DEATH(heap.free(next[1]), "the block at 0x\\w+ has a damaged header");
+    --behind;
+    for (char* const block : blocks) {
+        heap.free(block);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, PooledHeapDeathTest, testing::Values(USize{64}, USize{5000}, USize{1} << 20));

@@ -1,15 +1,15 @@
 /// The two words below a block's payload:
 ///
-///     payload - 16   tag: the size class in the top 7 bits, below it the address of the span (large: null)
+///     payload - 16   tag: the payload's own address (large blocks: its complement)
 ///     payload - 8    header: the chunk size, with flags in the low 3 bits (2 = in use)
 ///
-/// The tag is written once, when the block is cut from its span; the in-use flag goes with every free.
+/// The tag is written once, when the block is cut from its span; it is the first thing that writing behind
+/// the end of the block before it destroys. The in-use flag goes with every free.
 #pragma once
 
 #include <QVRoot/BasicEnvironment/BaseTypes.h>
 #include <QVRoot/MemoryManagement/Core/Pooled/PoisonImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/SizeClassesImpl.hpp>
-#include <QVRoot/MemoryManagement/Core/Pooled/SpanImpl.hpp>
 
 #include <atomic>
 
@@ -17,11 +17,15 @@ namespace QV::Impl::Pooled {
 
 inline constexpr UInt64 InUse = 2;
 inline constexpr UInt64 HeaderFlags = 7;
-inline constexpr UInt32 TagClassShift = 57;
 
-inline UInt64 MakeTag(UInt32 sizeClass, const void* owner) noexcept
+inline UInt64 MakeTag(const void* block) noexcept
 {
-    return UInt64{sizeClass} << TagClassShift | reinterpret_cast<UInt64>(owner);
+    return reinterpret_cast<UInt64>(block);
+}
+
+inline UInt64 MakeLargeTag(const void* block) noexcept
+{
+    return ~reinterpret_cast<UInt64>(block);
 }
 
 // The words are atomic because the heap check reads them while other threads allocate and free.
@@ -54,18 +58,6 @@ inline UInt64 GetTag(const void* block) noexcept
 inline void SetTag(void* block, UInt64 tag) noexcept
 {
     StoreWord(static_cast<char*>(block) - 16, tag);
-}
-
-inline UInt32 GetTagClass(const void* block) noexcept
-{
-    return static_cast<UInt32>(GetTag(block) >> TagClassShift);
-}
-
-/// Whether a tag names an owner in the segment of the block, as the tags of all blocks with a class do.
-inline bool IsOwnerInSegmentOf(UInt64 tag, const void* block) noexcept
-{
-    constexpr UInt64 segmentBits = (UInt64{1} << TagClassShift) - SegmentSize;
-    return ((tag ^ reinterpret_cast<UInt64>(block)) & segmentBits) == 0;
 }
 
 inline USize GetUsableSize(UInt64 header) noexcept

@@ -1,5 +1,6 @@
 #include <QVRoot/MemoryManagement/Core/Pooled/CentralListImpl.hpp>
 
+#include <QVRoot/MemoryManagement/Core/Pooled/ArenaImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/BlockImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/DamagedBlockImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/MetadataImpl.hpp>
@@ -85,7 +86,10 @@ Magazine* CentralList::ExchangeFull(UInt32 sizeClass, Magazine* full) noexcept
     Magazine* empty;
     {
         const SpinLockGuard guard(lock_);
-        if (full_.GetCount() < classInfos[sizeClass].depotLimit) {
+        // Now and then blocks go back to their spans although there is room: those that circulate would end
+        // up scattered over the whole heap, each on a page of its own. What replaces them lies together.
+        constexpr UInt32 renewal = 16;
+        if (full_.GetCount() < classInfos[sizeClass].depotLimit && ++exchanges_ % renewal != 0) {
             full_.Push(full);
             empty = empty_.Pop();
             full = nullptr;
@@ -145,17 +149,18 @@ void CentralList::FreeOne(UInt32 sizeClass, void* block) noexcept
 
 UInt32 CentralList::TakeBlocks(UInt32 sizeClass, void** blocks, UInt32 wanted) noexcept
 {
+    UInt32 taken = 0;
     {
         const SpinLockGuard guard(lock_);
-        if (Span* const span = partial_.GetFirst()) {
-            const UInt32 taken = TakeBlocksOfSpan(span, blocks, wanted);
+        while (taken < wanted && partial_.GetFirst() != nullptr) {
+            Span* const span = partial_.GetFirst();
+            taken += TakeBlocksOfSpan(span, blocks + taken, wanted - taken);
             if (span->freeBlocks == 0) {
                 partial_.Remove(span);
             }
-            return taken;
         }
     }
-    return TakeBlocksOfNewSpan(sizeClass, blocks, wanted);
+    return taken != 0 ? taken : TakeBlocksOfNewSpan(sizeClass, blocks, wanted);
 }
 
 UInt32 CentralList::TakeBlocksOfNewSpan(UInt32 sizeClass, void** blocks, UInt32 wanted) noexcept
@@ -189,10 +194,10 @@ UInt32 CentralList::TakeBlocksOfSpan(Span* span, void** blocks, UInt32 wanted) n
             char* const block = payload + index * chunkSize;
             if (index >= span->cutBlocks) {
                 span->cutBlocks = static_cast<UInt16>(index + 1);
-                SetTag(block, MakeTag(sizeClass, span));
+                SetTag(block, MakeTag(block));
                 SetHeader(block, chunkSize);
                 Poison(block, chunkSize - ChunkOverhead);
-            } else if (GetHeader(block) != chunkSize) {
+            } else if (GetHeader(block) != chunkSize || GetTag(block) != MakeTag(block)) {
                 ReportDamagedBlock(block, BlockFault::DamagedWhileFree);
             }
             blocks[--left] = block;
@@ -250,7 +255,7 @@ bool CentralList::CheckSpan(const Span* span) noexcept
             continue;
         }
         const UInt64 header = GetHeader(block);
-        if (GetTag(block) != MakeTag(sizeClass, span) ||
+        if (GetTag(block) != MakeTag(block) ||
             (header != chunkSize && (isFree || header != (chunkSize | InUse)))) {
             return false;
         }

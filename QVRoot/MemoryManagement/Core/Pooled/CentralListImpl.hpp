@@ -42,6 +42,7 @@ private:
     SpinLock lock_;
     MagazineStack full_;
     MagazineStack empty_;
+    UInt32 exchanges_ = 0;
     SpanList partial_; ///< spans that have free blocks
 };
 

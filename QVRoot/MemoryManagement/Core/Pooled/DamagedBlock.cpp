@@ -17,17 +17,24 @@ const char* Describe(BlockFault fault) noexcept
     case BlockFault::DamagedWhileFree:
         return "was written to while it was free: it has a damaged header";
     case BlockFault::DamagedHeader:
+        return "has a damaged header, or is not the beginning of a block";
+    case BlockFault::NoBlock:
         break;
     }
-    return "has a damaged header, or is not a block of this heap";
+    return "is not a block of this heap, or was freed long ago";
 }
 
 } // namespace
 
 void ReportDamagedBlock(const void* block, BlockFault fault) noexcept
 {
-    const UInt64 header = GetHeader(block);
     char message[256];
+    if (fault == BlockFault::NoBlock) {
+        std::snprintf(message, sizeof(message), "QVRoot: the block at 0x%llx %s",
+                      reinterpret_cast<UInt64>(block), Describe(fault));
+        ReportDamagedHeap(message);
+    }
+    const UInt64 header = GetHeader(block);
     std::snprintf(message, sizeof(message),
                   "QVRoot: the block at 0x%llx %s (header 0x%llx: %llu usable bytes, flags %u; tag 0x%llx)",
                   reinterpret_cast<UInt64>(block), Describe(fault), header, GetUsableSize(header),

@@ -6,6 +6,7 @@
 namespace QV::Impl::Pooled {
 
 enum class BlockFault {
+    NoBlock, ///< its memory is not touched
     FreedTwice,
     DamagedHeader,
     DamagedWhileFree,

@@ -1,6 +1,7 @@
 #include <QVRoot/MemoryManagement/Core/Pooled/LargeBlocksImpl.hpp>
 
 #include <QVRoot/MemoryManagement/Core/Pooled/BlockImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/Pooled/DamagedBlockImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/VirtualMemoryImpl.hpp>
 
 #include <algorithm>
@@ -10,8 +11,6 @@ namespace QV::Impl::Pooled {
 namespace {
 
 constinit LargeBlocks largeBlocks;
-
-constexpr UInt64 largeTag = UInt64{LargeClass} << TagClassShift;
 
 /// Reservations are multiples of this: the system's own granularity on one target, few enough steps on both.
 constexpr USize granularity = 64 * 1024;
@@ -47,7 +46,7 @@ void Describe(LargeBlock* large, USize bytes) noexcept
     large->chunkSize = bytes - sizeof(LargeBlock) + ChunkOverhead;
     large->resident = std::max(large->resident, bytes);
     void* const block = GetPayload(large);
-    SetTag(block, largeTag);
+    SetTag(block, MakeLargeTag(block));
     SetHeader(block, large->chunkSize | InUse);
 }
 
@@ -75,6 +74,13 @@ void ReleaseLarge(LargeBlock* large) noexcept
     VirtualMemory::Release(large, reserved);
 }
 
+/// Whether the words of a block agree with each other and say that it is in use.
+bool IsSound(LargeBlock* large) noexcept
+{
+    const void* const block = GetPayload(large);
+    return GetTag(block) == MakeLargeTag(block) && GetHeader(block) == (large->chunkSize | InUse);
+}
+
 /// Gives back the memory behind all but the first `bytes`.
 bool DiscardTail(LargeBlock* large, USize bytes) noexcept
 {
@@ -95,10 +101,21 @@ LargeBlocks& GetLargeBlocks() noexcept
     return largeBlocks;
 }
 
-bool LargeBlocks::IsLarge(const void* block, UInt64 header) noexcept
+void LargeBlocks::Validate(const void* block) noexcept
 {
     LargeBlock* const large = GetLarge(block);
-    return GetTag(block) == largeTag && large->chunkSize == (header & ~HeaderFlags);
+    BlockFault fault = BlockFault::DamagedHeader;
+    {
+        const CriticalSectionGuard guard(lock_);
+        if (*FindLink(large) == nullptr) {
+            fault = IsRetained(large) ? BlockFault::FreedTwice : BlockFault::NoBlock;
+        } else if (IsSound(large)) {
+            return;
+        } else if (GetHeader(block) == large->chunkSize) {
+            fault = BlockFault::FreedTwice;
+        }
+    }
+    ReportDamagedBlock(block, fault);
 }
 
 void* LargeBlocks::Allocate(USize size, bool room) noexcept
@@ -124,10 +141,10 @@ void* LargeBlocks::Allocate(USize size, bool room) noexcept
 void LargeBlocks::Free(void* block) noexcept
 {
     LargeBlock* const large = GetLarge(block);
-    SetHeader(block, large->chunkSize);
     const UInt64 now = GetMilliseconds();
     const CriticalSectionGuard guard(lock_);
     Unlink(large);
+    SetHeader(block, large->chunkSize);
     Poison(block, large->chunkSize - ChunkOverhead);
     if (retainedCount_ == MostRetained) {
         retention_.NoteGivenBack(retained_[0].large->resident);
@@ -230,23 +247,34 @@ void* LargeBlocks::Resize(void* block, USize size) noexcept
     return GetPayload(large);
 }
 
+/// Where the pointer to a block in use is, or the null pointer at its chain's end.
+LargeBlock** LargeBlocks::FindLink(const LargeBlock* large) noexcept
+{
+    const UInt64 mixed = reinterpret_cast<UInt64>(large) / 4096 * 0x9E3779B97F4A7C15;
+    LargeBlock** link = &used_[mixed >> (64 - ChainBits)];
+    while (*link != nullptr && *link != large) {
+        link = &(*link)->next;
+    }
+    return link;
+}
+
+bool LargeBlocks::IsRetained(const LargeBlock* large) const noexcept
+{
+    return std::any_of(retained_, retained_ + retainedCount_,
+                       [large](const Retained& retained) { return retained.large == large; });
+}
+
 void LargeBlocks::Link(LargeBlock* large) noexcept
 {
-    large->previous = nullptr;
-    large->next = used_;
-    if (used_ != nullptr) {
-        used_->previous = large;
-    }
-    used_ = large;
+    LargeBlock** const link = FindLink(large);
+    large->next = nullptr;
+    *link = large;
     usedBytes_ += large->resident;
 }
 
 void LargeBlocks::Unlink(LargeBlock* large) noexcept
 {
-    (large->previous != nullptr ? large->previous->next : used_) = large->next;
-    if (large->next != nullptr) {
-        large->next->previous = large->previous;
-    }
+    *FindLink(large) = large->next;
     usedBytes_ -= large->resident;
 }
 
@@ -259,10 +287,11 @@ LargeBlockStatistics LargeBlocks::GetStatistics() noexcept
 bool LargeBlocks::Check() noexcept
 {
     const CriticalSectionGuard guard(lock_);
-    for (LargeBlock* large = used_; large != nullptr; large = large->next) {
-        const UInt64 header = GetHeader(GetPayload(large));
-        if ((header & InUse) == 0 || !IsLarge(GetPayload(large), header)) {
-            return false;
+    for (LargeBlock* large : used_) {
+        for (; large != nullptr; large = large->next) {
+            if (!IsSound(large)) {
+                return false;
+            }
         }
     }
     return true;

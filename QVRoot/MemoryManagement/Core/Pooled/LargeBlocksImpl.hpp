@@ -15,12 +15,11 @@ struct LargeBlockStatistics {
 
 /// The first bytes of a reservation; the block's payload follows.
 struct LargeBlock {
-    LargeBlock* next;
-    LargeBlock* previous;
+    LargeBlock* next; ///< of its chain, while in use
+    UInt64 unused[2];
     USize reserved; ///< bytes of the reservation
     USize resident; ///< bytes at its beginning that may have memory behind them
     USize chunkSize;
-    UInt64 unused;
     UInt64 tag;
     UInt64 header;
 };
@@ -33,15 +32,15 @@ public:
     /// The payload of a new block in use, or null. `room` asks for space to grow in place.
     void* Allocate(USize size, bool room) noexcept;
 
-    /// Takes a block whose header is sound and in use.
+    /// Ends the process when the block is not a large one in use. Follows no pointer that is not.
+    void Validate(const void* block) noexcept;
+
+    /// Takes a block that is valid.
     void Free(void* block) noexcept;
 
     /// Resizes such a block to a size that is large as well: the block, possibly moved, or null when it
     /// cannot be done without copying.
     void* Resize(void* block, USize size) noexcept;
-
-    /// Whether the block's words are those of a large block; in use when `header` has the flag.
-    static bool IsLarge(const void* block, UInt64 header) noexcept;
 
     /// Gives the free reservations back to the system.
     void Purge() noexcept;
@@ -51,10 +50,13 @@ public:
 
 private:
     static constexpr UInt32 MostRetained = 32;
+    static constexpr UInt32 ChainBits = 11;
+    static constexpr UInt32 ChainCount = 1 << ChainBits;
 
     LargeBlock* TakeRetained(USize bytes, bool room) noexcept;
-    void Retain(LargeBlock* large) noexcept;
     void Trim(UInt64 now) noexcept;
+    LargeBlock** FindLink(const LargeBlock* large) noexcept;
+    bool IsRetained(const LargeBlock* large) const noexcept;
     void Link(LargeBlock* large) noexcept;
     void Unlink(LargeBlock* large) noexcept;
 
@@ -64,7 +66,7 @@ private:
     };
 
     CriticalSection lock_;
-    LargeBlock* used_ = nullptr;
+    LargeBlock* used_[ChainCount] = {}; ///< chains, by address
     USize usedBytes_ = 0;
     Retained retained_[MostRetained] = {}; ///< the oldest first
     UInt32 retainedCount_ = 0;

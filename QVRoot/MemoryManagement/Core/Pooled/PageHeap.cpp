@@ -1,10 +1,12 @@
 #include <QVRoot/MemoryManagement/Core/Pooled/PageHeapImpl.hpp>
 
+#include <QVRoot/MemoryManagement/Core/Pooled/ArenaImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/PoisonImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/VirtualMemoryImpl.hpp>
 
+#include <algorithm>
 #include <bit>
-#include <cstring>
+#include <iterator>
 
 namespace QV::Impl::Pooled {
 
@@ -12,9 +14,12 @@ namespace {
 
 constinit PageHeap pageHeap;
 
-bool IsAbsent(const Segment* segment, UInt32 page) noexcept
+/// The heap's size from which on it takes huge pages: less would be wasted on small programs.
+constexpr USize leastSegmentsForHugePages = 8;
+
+bool IsAbsent(const Segment& segment, UInt32 page) noexcept
 {
-    return (segment->absentBits[page / 64] >> (page % 64) & 1) != 0;
+    return (segment.absentBits[page / 64] >> (page % 64) & 1) != 0;
 }
 
 /// Marks a whole run as `Unused` but for its first and last page, which lead to it.
@@ -35,7 +40,7 @@ void DescribeRun(Span* run, UInt32 pages, SpanState state) noexcept
 template <class Action>
 bool ForEachStretch(const Span* run, bool absent, Action action) noexcept
 {
-    const Segment* const segment = GetSegment(run);
+    const Segment& segment = GetSegment(run);
     const UInt32 end = GetPageIndex(run) + run->pageCount;
     for (UInt32 page = GetPageIndex(run); page < end;) {
         const UInt32 first = page;
@@ -50,29 +55,35 @@ bool ForEachStretch(const Span* run, bool absent, Action action) noexcept
     return true;
 }
 
-void MarkStretch(Segment* segment, UInt32 first, UInt32 count, bool absent) noexcept
+bool IsWhollyPresent(const Segment& segment) noexcept
+{
+    return std::all_of(std::begin(segment.absentBits), std::end(segment.absentBits),
+                       [](UInt64 bits) { return bits == 0; });
+}
+
+void MarkStretch(Segment& segment, UInt32 first, UInt32 count, bool absent) noexcept
 {
     for (UInt32 page = first; page < first + count; ++page) {
         const UInt64 bit = UInt64{1} << (page % 64);
-        UInt64& bits = segment->absentBits[page / 64];
+        UInt64& bits = segment.absentBits[page / 64];
         bits = absent ? bits | bit : bits & ~bit;
     }
 }
 
-char* GetPage(Segment* segment, UInt32 page) noexcept
+char* GetAddress(const Segment& segment, UInt32 page) noexcept
 {
-    return reinterpret_cast<char*>(segment) + USize{page} * PageSize;
+    return arena.GetAddress(arena.GetFirstPage(&segment) + page);
 }
 
 /// How many pages of the run have memory behind them.
 UInt32 CountResident(const Span* run) noexcept
 {
-    const Segment* const segment = GetSegment(run);
+    const Segment& segment = GetSegment(run);
     const UInt32 first = GetPageIndex(run);
     const UInt32 end = first + run->pageCount;
     UInt32 absent = 0;
     for (UInt32 word = first / 64; word * 64 < end; ++word) {
-        UInt64 bits = segment->absentBits[word];
+        UInt64 bits = segment.absentBits[word];
         if (word == first / 64) {
             bits &= ~UInt64{0} << (first % 64);
         }
@@ -112,7 +123,7 @@ Span* PageHeap::Allocate(UInt32 sizeClass) noexcept
         FreeSpan(run, freedAt);
         return nullptr;
     }
-    std::memset(GetSegment(run)->classOfPage + GetPageIndex(run), static_cast<int>(sizeClass), pages);
+    arena.SetClassMark(arena.GetPage(run), pages, sizeClass + 1);
     for (UInt32 page = 1; page < pages; ++page) {
         run[page].state = SpanState::Unused;
         run[page].offset = static_cast<UInt16>(page);
@@ -121,6 +132,7 @@ Span* PageHeap::Allocate(UInt32 sizeClass) noexcept
     run->cutBlocks = 0;
     run->hasBlocks = false;
     takenPages_ += pages;
+    GetSegment(run).takenPages = static_cast<UInt16>(GetSegment(run).takenPages + pages);
     retention_.NoteKept(residentFreePages_ * PageSize);
     return run;
 }
@@ -130,15 +142,20 @@ bool PageHeap::MakePresent(Span* run) noexcept
     if (CountResident(run) == run->pageCount) [[likely]] {
         return true;
     }
-    Segment* const segment = GetSegment(run);
-    return ForEachStretch(run, true, [this, segment](UInt32 first, UInt32 count) {
-        if (!VirtualMemory::Recommit(GetPage(segment, first), count * PageSize)) {
+    Segment& segment = GetSegment(run);
+    const bool present = ForEachStretch(run, true, [this, &segment](UInt32 first, UInt32 count) {
+        if (!VirtualMemory::Recommit(GetAddress(segment, first), count * PageSize)) {
             return false;
         }
         MarkStretch(segment, first, count, false);
         retention_.NoteRefilled(count * PageSize);
         return true;
     });
+    if (!segment.hasHugePages && segmentCount_ > leastSegmentsForHugePages && IsWhollyPresent(segment)) {
+        segment.hasHugePages = true;
+        VirtualMemory::JoinPages(GetAddress(segment, 0), SegmentSize);
+    }
+    return present;
 }
 
 void PageHeap::Free(Span* chain) noexcept
@@ -149,6 +166,9 @@ void PageHeap::Free(Span* chain) noexcept
         Span* const span = chain;
         chain = span->next;
         takenPages_ -= span->pageCount;
+        Segment& segment = GetSegment(span);
+        segment.takenPages = static_cast<UInt16>(segment.takenPages - span->pageCount);
+        arena.SetClassMark(arena.GetPage(span), span->pageCount, 0);
         Unpoison(GetStart(span), span->pageCount * PageSize);
         FreeSpan(span, now);
     }
@@ -165,12 +185,14 @@ void PageHeap::FreeSpan(Span* span, UInt64 now) noexcept
         RemoveRun(after);
         after->state = SpanState::Unused;
     }
-    Span* const before = (span - 1) - (span - 1)->offset;
-    if (before->state == SpanState::Free) { // metadata lies before the first run
-        pages += before->pageCount;
-        RemoveRun(before);
-        span->state = SpanState::Unused;
-        span = before;
+    if (GetPageIndex(span) != 0) {
+        Span* const before = (span - 1) - (span - 1)->offset;
+        if (before->state == SpanState::Free) {
+            pages += before->pageCount;
+            RemoveRun(before);
+            span->state = SpanState::Unused;
+            span = before;
+        }
     }
     DescribeRun(span, pages, SpanState::Free);
     InsertRun(span, now);
@@ -221,11 +243,29 @@ void PageHeap::StopAging(Span* run) noexcept
 
 void PageHeap::Trim(UInt64 now) noexcept
 {
-    retention_.Advance(now, residentFreePages_ * PageSize);
-    while (oldest_ != nullptr && (residentFreePages_ * PageSize > retention_.GetLimit() ||
-                                  now - oldest_->freedAt > Retention::KeepMilliseconds)) {
-        PurgeRun(oldest_);
+    // Large heaps keep more: a sixteenth of what is in use.
+    const USize limit =
+        std::max(retention_.Advance(now, residentFreePages_ * PageSize), takenPages_ * PageSize / 16);
+    while (oldest_ != nullptr) {
+        Span* const run = oldest_;
+        if (residentFreePages_ * PageSize > limit) {
+            PurgeRun(run);
+        } else if (now - run->freedAt <= Retention::KeepMilliseconds) {
+            break;
+        } else if (IsWorthTearing(GetSegment(run))) {
+            PurgeRun(run);
+        } else { // wait until more of the segment is free
+            StopAging(run);
+            StartAging(run, now);
+        }
     }
+}
+
+/// Whether pages may go back to the system one by one. Huge pages are given up once a quarter of the segment
+/// would be gained.
+bool PageHeap::IsWorthTearing(const Segment& segment) noexcept
+{
+    return !segment.hasHugePages || segment.takenPages <= PagesPerSegment / 4 * 3;
 }
 
 void PageHeap::Purge() noexcept
@@ -239,16 +279,21 @@ void PageHeap::Purge() noexcept
 
 void PageHeap::PurgeRun(Span* run) noexcept
 {
-    Segment* const segment = GetSegment(run);
+    Segment& segment = GetSegment(run);
     const UInt32 resident = CountResident(run);
     RemoveRun(run);
     retention_.NoteGivenBack(resident * PageSize);
-    if (run->pageCount == UsablePages && segmentCount_ > 1) {
-        ReleaseSegment(segment);
+    if (run->pageCount == PagesPerSegment && segmentCount_ > 1) {
+        ReleaseSegment(&segment);
         return;
     }
-    ForEachStretch(run, false, [segment](UInt32 first, UInt32 count) {
-        VirtualMemory::Decommit(GetPage(segment, first), count * PageSize);
+    if (segment.hasHugePages) {
+        // Else the system might join the pages again, and fill the gaps with memory.
+        segment.hasHugePages = false;
+        VirtualMemory::SetHugePages(GetAddress(segment, 0), SegmentSize, false);
+    }
+    ForEachStretch(run, false, [&segment](UInt32 first, UInt32 count) {
+        VirtualMemory::Decommit(GetAddress(segment, first), count * PageSize);
         MarkStretch(segment, first, count, true);
         return true;
     });
@@ -257,25 +302,24 @@ void PageHeap::PurgeRun(Span* run) noexcept
 
 bool PageHeap::AddSegment() noexcept
 {
-    void* const memory = VirtualMemory::Reserve(SegmentSize, SegmentSize);
-    if (memory == nullptr) {
+    Segment* const segment = arena.TakeSegment();
+    if (segment == nullptr) {
         return false;
     }
-    if (!VirtualMemory::Commit(memory, SegmentSize)) {
-        VirtualMemory::Release(memory, SegmentSize);
-        return false;
-    }
-    auto* const segment = static_cast<Segment*>(memory); // fresh pages are zero, as an empty segment is
     segment->next = segments_;
     if (segments_ != nullptr) {
         segments_->previous = segment;
     }
     segments_ = segment;
     ++segmentCount_;
-    MarkStretch(segment, MetadataPages, UsablePages, true);
-    DescribeRun(segment->spans, MetadataPages, SpanState::Metadata);
-    DescribeRun(segment->spans + MetadataPages, UsablePages, SpanState::Free);
-    InsertRun(segment->spans + MetadataPages, 0);
+    segment->hasHugePages = segmentCount_ > leastSegmentsForHugePages;
+    if (segment->hasHugePages) {
+        VirtualMemory::SetHugePages(GetAddress(*segment, 0), SegmentSize, true);
+    }
+    MarkStretch(*segment, 0, PagesPerSegment, true);
+    Span* const run = arena.GetSpanOfPage(arena.GetFirstPage(segment));
+    DescribeRun(run, PagesPerSegment, SpanState::Free);
+    InsertRun(run, 0);
     return true;
 }
 
@@ -286,7 +330,7 @@ void PageHeap::ReleaseSegment(Segment* segment) noexcept
         segment->next->previous = segment->previous;
     }
     --segmentCount_;
-    VirtualMemory::Release(segment, SegmentSize);
+    arena.ReturnSegment(segment);
 }
 
 PageHeapStatistics PageHeap::GetStatistics() noexcept
@@ -300,7 +344,7 @@ bool PageHeap::CheckSpans(bool (*check)(Span* span)) noexcept
     const CriticalSectionGuard guard(lock_);
     for (const Segment* segment = segments_; segment != nullptr; segment = segment->next) {
         for (UInt32 page = 0; page < PagesPerSegment;) {
-            Span* const span = const_cast<Span*>(&segment->spans[page]);
+            Span* const span = arena.GetSpanOfPage(arena.GetFirstPage(segment) + page);
             if (span->pageCount == 0 || page + span->pageCount > PagesPerSegment ||
                 span->state == SpanState::Unused) {
                 return false;

@@ -41,6 +41,7 @@ private:
 
     static UInt32 GetBin(UInt32 pages) noexcept { return (pages < BinCount ? pages : BinCount) - 1; }
 
+    static bool IsWorthTearing(const Segment& segment) noexcept;
     bool AddSegment() noexcept;
     void ReleaseSegment(Segment* segment) noexcept;
     void FreeSpan(Span* span, UInt64 now) noexcept;

@@ -26,9 +26,6 @@ void* Allocate(USize size)
 
 void Free(void* block)
 {
-    if (block == nullptr) [[unlikely]] {
-        return;
-    }
     ThreadCache* const cache = ThreadCache::GetIfAny();
     if (cache == nullptr || !cache->Push(block)) [[unlikely]] {
         FreeAnyBlock(block);

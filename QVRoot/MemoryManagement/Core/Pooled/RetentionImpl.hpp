@@ -34,16 +34,17 @@ public:
     /// To be called with what is kept after each time that some was taken.
     void NoteKept(USize bytes) noexcept { idle_ = bytes < idle_ ? bytes : idle_; }
 
-    /// To be called with the clock and with what is kept, now and then.
-    void Advance(UInt64 now, USize kept) noexcept
+    /// To be called with the clock and with what is kept, now and then. Answers the limit.
+    USize Advance(UInt64 now, USize kept) noexcept
     {
         if (now - epoch_ < EpochMilliseconds) {
-            return;
+            return limit_;
         }
         limit_ = limit_ - idle_ / 2 > LeastBytes && limit_ > idle_ ? limit_ - idle_ / 2 : LeastBytes;
         epoch_ = now;
         idle_ = kept;
         givenBack_ = 0;
+        return limit_;
     }
 
 private:

@@ -21,7 +21,7 @@ inline constexpr UInt32 Doublings = 10;
 inline constexpr UInt32 ClassCount = FineClasses + 8 * Doublings;
 inline constexpr USize LargestPayload = FineLimit << Doublings;
 
-/// What a block's tag says when it has a reservation of its own instead of a size class.
+/// What stands for the class of a block that has a reservation of its own.
 inline constexpr UInt32 LargeClass = 127;
 static_assert(ClassCount <= LargeClass);
 

@@ -11,29 +11,32 @@ namespace QV::Impl::Pooled {
 
 namespace {
 
-/// Whether a block with a sound tag has the header of its class, with or without the flag.
-bool HasHeaderOfClass(const void* block, UInt32 sizeClass, UInt64 header) noexcept
+/// Ends the process when the words of a block of the class are not those of one in use.
+void ValidateWords(const void* block, UInt32 sizeClass) noexcept
 {
-    if (sizeClass == LargeClass) {
-        return LargeBlocks::IsLarge(block, header);
+    const UInt64 header = GetHeader(block);
+    const UInt64 chunkSize = classInfos[sizeClass].chunkSize;
+    if (reinterpret_cast<UInt64>(block) % 16 == 0 && GetTag(block) == MakeTag(block)) {
+        if (header == (chunkSize | InUse)) [[likely]] {
+            return;
+        }
+        if (header == chunkSize) {
+            ReportDamagedBlock(block, BlockFault::FreedTwice);
+        }
     }
-    return sizeClass < ClassCount && IsOwnerInSegmentOf(GetTag(block), block) &&
-           GetSegment(block)->classOfPage[FindPage(block)] == sizeClass &&
-           (header & ~InUse) == classInfos[sizeClass].chunkSize;
+    ReportDamagedBlock(block, BlockFault::DamagedHeader);
 }
 
 /// The class of a block, or `LargeClass`. Ends the process when the block is not one in use.
 UInt32 ValidateBlock(const void* block) noexcept
 {
-    const UInt32 sizeClass = GetTagClass(block);
-    const UInt64 header = GetHeader(block);
-    if (!HasHeaderOfClass(block, sizeClass, header)) [[unlikely]] {
-        ReportDamagedBlock(block, BlockFault::DamagedHeader);
+    const auto mark = static_cast<UInt32>(arena.GetClassMark(block));
+    if (mark == 0) {
+        GetLargeBlocks().Validate(block);
+        return LargeClass;
     }
-    if ((header & InUse) == 0) [[unlikely]] {
-        ReportDamagedBlock(block, BlockFault::FreedTwice);
-    }
-    return sizeClass;
+    ValidateWords(block, mark - 1);
+    return mark - 1;
 }
 
 /// A block for contents that are growing: with some room, so that growing byte by byte copies seldom.
@@ -62,11 +65,16 @@ void* AllocateAnySize(USize size) noexcept
             return block;
         }
     }
-    return ThreadCache::AllocateSlowly(sizeClass);
+    void* const block = ThreadCache::AllocateSlowly(sizeClass);
+    // Without pages in the arena, there may still be room elsewhere.
+    return block != nullptr ? block : GetLargeBlocks().Allocate(size, false);
 }
 
 void FreeAnyBlock(void* block) noexcept
 {
+    if (block == nullptr) {
+        return;
+    }
     const UInt32 sizeClass = ValidateBlock(block);
     if (sizeClass == LargeClass) {
         GetLargeBlocks().Free(block);

@@ -8,7 +8,7 @@ namespace QV::Impl::Pooled {
 /// A block of any size, or null.
 void* AllocateAnySize(USize size) noexcept;
 
-/// Releases a block in use; ends the process when it is not one.
+/// Releases a block in use, or null; ends the process when it is not one.
 void FreeAnyBlock(void* block) noexcept;
 
 /// Resizes a block in use, in place where that wastes little. Null with the old block intact when memory is

@@ -1,8 +1,8 @@
 /// Segments, and the spans of pages that they are divided into.
 ///
-/// A segment is 4 MB, aligned to its size; its first pages hold one `Span` for each of its pages. The entry
-/// of a run's first page describes the run, the others only lead back to it. So a block's span is found
-/// from the block's address alone.
+/// A segment is 4 MB, aligned to its size. There is a `Span` for each page of the arena: that of a run's
+/// first page describes the run, the others only lead back to it. So a block's span is found from the block's
+/// address alone.
 #pragma once
 
 #include <QVRoot/BasicEnvironment/BaseTypes.h>
@@ -14,10 +14,9 @@ inline constexpr USize SegmentSize = USize{4} << 20;
 inline constexpr UInt32 PagesPerSegment = SegmentSize / PageSize;
 
 enum class SpanState : UInt8 {
-    Unused,   ///< not the first page of anything
-    Metadata, ///< the segment's own pages
-    Free,     ///< in the page heap
-    Taken,    ///< handed out for the blocks of a class
+    Unused, ///< not the first page of anything
+    Free,   ///< in the page heap
+    Taken,  ///< handed out for the blocks of a class
 };
 
 struct alignas(64) Span {
@@ -50,12 +49,9 @@ struct Segment {
     Segment* next;
     Segment* previous;
     UInt64 absentBits[PagesPerSegment / 64]; ///< free pages that have no memory behind them
-    UInt8 classOfPage[PagesPerSegment];      ///< of taken pages: packed, since every free looks here
-    Span spans[PagesPerSegment];
+    UInt16 takenPages;
+    bool hasHugePages; ///< whether the system was asked for them and none was torn since
 };
-
-inline constexpr UInt32 MetadataPages = (sizeof(Segment) + PageSize - 1) / PageSize;
-inline constexpr UInt32 UsablePages = PagesPerSegment - MetadataPages;
 
 /// A list through the spans' links. Zero-initialised it is empty.
 class SpanList {
@@ -86,33 +82,5 @@ private:
     Span* first_ = nullptr;
     Span* last_ = nullptr;
 };
-
-inline Segment* GetSegment(const void* address) noexcept
-{
-    return reinterpret_cast<Segment*>(reinterpret_cast<USize>(address) & ~(SegmentSize - 1));
-}
-
-inline UInt32 GetPageIndex(const Span* span) noexcept
-{
-    return static_cast<UInt32>(span - GetSegment(span)->spans);
-}
-
-inline char* GetStart(const Span* span) noexcept
-{
-    return reinterpret_cast<char*>(GetSegment(span)) + USize{GetPageIndex(span)} * PageSize;
-}
-
-/// The page of its segment that an address lies in.
-inline UInt32 FindPage(const void* address) noexcept
-{
-    return static_cast<UInt32>((reinterpret_cast<USize>(address) & (SegmentSize - 1)) / PageSize);
-}
-
-/// The span that holds an address of a segment.
-inline Span* GetSpan(const void* address) noexcept
-{
-    Span* const page = &GetSegment(address)->spans[FindPage(address)];
-    return page - page->offset;
-}
 
 } // namespace QV::Impl::Pooled

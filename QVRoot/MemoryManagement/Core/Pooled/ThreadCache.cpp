@@ -66,7 +66,7 @@ ThreadCache* ThreadCache::Create() noexcept
         return nullptr;
     }
     for (UInt32 i = 0; i < ClassCount; ++i) {
-        cache->bins_[i].usedHeader = classInfos[i].chunkSize | InUse;
+        cache->GetBin(i).usedHeader = classInfos[i].chunkSize | InUse;
         cache->refillCount_[i] = firstRefill;
     }
     ThreadCachePointer::Set(cache);
@@ -112,7 +112,7 @@ void ThreadCache::FreeSlowly(UInt32 sizeClass, void* block) noexcept
 /// Loads a magazine that has blocks.
 bool ThreadCache::Refill(UInt32 sizeClass) noexcept
 {
-    Bin& bin = bins_[sizeClass];
+    Bin& bin = GetBin(sizeClass);
     if (bin.top[-1] != nullptr) {
         return true;
     }
@@ -137,7 +137,7 @@ bool ThreadCache::Refill(UInt32 sizeClass) noexcept
 /// Loads a magazine that has room.
 bool ThreadCache::MakeRoom(UInt32 sizeClass) noexcept
 {
-    Bin& bin = bins_[sizeClass];
+    Bin& bin = GetBin(sizeClass);
     if (bin.top != bin.end) {
         return true;
     }
@@ -157,7 +157,7 @@ bool ThreadCache::MakeRoom(UInt32 sizeClass) noexcept
 
 void ThreadCache::Load(UInt32 sizeClass, Magazine* magazine) noexcept
 {
-    Bin& bin = bins_[sizeClass];
+    Bin& bin = GetBin(sizeClass);
     bin.top = magazine->blocks + magazine->count;
     bin.end = magazine->blocks + classInfos[sizeClass].magazineCapacity;
 }
@@ -184,7 +184,7 @@ void ThreadCache::FlushCurrent() noexcept
 void ThreadCache::Flush() noexcept
 {
     for (UInt32 sizeClass = 0; sizeClass < ClassCount; ++sizeClass) {
-        Bin& bin = bins_[sizeClass];
+        Bin& bin = GetBin(sizeClass);
         for (Magazine* const magazine : {Unload(bin), bin.second}) {
             if (magazine != nullptr) {
                 GetCentralList(sizeClass).Retire(sizeClass, magazine);

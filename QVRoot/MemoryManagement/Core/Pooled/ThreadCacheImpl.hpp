@@ -2,9 +2,9 @@
 /// that a thread at the edge of a magazine does not call on the central list with every block.
 #pragma once
 
+#include <QVRoot/MemoryManagement/Core/Pooled/ArenaImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/BlockImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/MagazineImpl.hpp>
-#include <QVRoot/MemoryManagement/Core/Pooled/SpanImpl.hpp>
 
 #include <ThreadCachePointerImpl.hpp>
 
@@ -24,7 +24,7 @@ public:
     /// A block of a class from the loaded magazine, or null.
     void* Pop(UInt32 sizeClass) noexcept
     {
-        Bin& bin = bins_[sizeClass];
+        Bin& bin = bins_[sizeClass + 1];
         void** const top = bin.top - 1;
         void* const block = *top;
         if (block != nullptr) [[likely]] {
@@ -39,18 +39,19 @@ public:
     bool Push(void* block) noexcept
     {
         // The class is taken from the block's address, so that nothing waits for the block's own memory,
-        // which may be far away; that the words agree with it is checked beside.
-        if (!IsOwnerInSegmentOf(GetTag(block), block)) [[unlikely]] {
-            return false;
-        }
-        const UInt64 header = GetHeader(block);
-        Bin& bin = bins_[GetSegment(block)->classOfPage[FindPage(block)]];
+        // which may be far away; that the words agree with it is checked beside. What is no block has no
+        // class, and there is no room for it: its memory is not touched.
+        Bin& bin = bins_[arena.GetClassMark(block)];
         void** const top = bin.top;
-        if (header != bin.usedHeader || top == bin.end) [[unlikely]] {
+        if (top == bin.end) [[unlikely]] {
             return false;
         }
-        SetHeader(block, header - InUse);
-        Poison(block, header - InUse - ChunkOverhead);
+        const UInt64 usedHeader = bin.usedHeader;
+        if (GetTag(block) != MakeTag(block) || GetHeader(block) != usedHeader) [[unlikely]] {
+            return false;
+        }
+        SetHeader(block, usedHeader - InUse);
+        Poison(block, usedHeader - InUse - ChunkOverhead);
         *top = block;
         bin.top = top + 1;
         return true;
@@ -82,7 +83,9 @@ private:
     Magazine* Unload(Bin& bin) noexcept;
     void Flush() noexcept;
 
-    Bin bins_[ClassCount];
+    Bin& GetBin(UInt32 sizeClass) noexcept { return bins_[sizeClass + 1]; }
+
+    Bin bins_[ClassCount + 1]; ///< by class mark: the first one is for what is no block, and stays empty
     UInt8 refillCount_[ClassCount] = {};
     ThreadCache* nextUnused_ = nullptr;
 

@@ -1,7 +1,7 @@
 /// What the guarded allocator knows of its blocks, kept apart from them.
 #pragma once
 
-#include <QVRoot/MemoryManagement/Core/Protected/ReservedArrayImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/ReservedArrayImpl.hpp>
 
 namespace QV::Impl {
 
