@@ -25,20 +25,31 @@ def parse_name(name):
 
 
 def read_medians(path):
-    """Returns the subjects of a program and {row: {subject: nanoseconds}}, both in order of registration."""
+    """Returns the subjects of a program and {row: {subject: amount}}, both in order of registration.
+
+    Amounts are nanoseconds; in rows of benchmarks with a counter named "bytes" (see is_memory) they are bytes.
+    """
     rows, subjects = {}, []
     runs = json.loads(path.read_text(encoding="utf-8"))["benchmarks"]
-    medians = [run for run in runs if run.get("aggregate_name") == "median"]
+    medians = [run for run in runs if run.get("aggregate_name") == "median" or "bytes" in run]
     medians.sort(key=lambda run: (run["family_index"], run["per_family_instance_index"]))
     for run in medians:
         row, subject = parse_name(run["run_name"])
         wall = "real_time" in run["run_name"].split("/") or run.get("threads", 1) > 1
         time = run["real_time" if wall else "cpu_time"] * NANOSECONDS[run["time_unit"]]
-        rows.setdefault(row, {})[subject] = time
+        rows.setdefault(row, {})[subject] = run.get("bytes", time)
         if subject not in subjects:
             subjects.append(subject)
     subjects.sort(key=lambda subject: not OWN.match(subject))
     return subjects, rows
+
+
+def is_memory(row):
+    return row.startswith("Resident")
+
+
+def format_bytes(count):
+    return f"{count / 1e6:.3g} MB"
 
 
 def format_time(nanoseconds):
@@ -48,10 +59,10 @@ def format_time(nanoseconds):
     return f"{nanoseconds:.3g} ns"
 
 
-def format_cell(times, subject, own):
+def format_cell(row, times, subject, own):
     if subject not in times:
         return ""
-    text = format_time(times[subject])
+    text = (format_bytes if is_memory(row) else format_time)(times[subject])
     if subject == own or own not in times or not times[own]:
         return text
     return f"{text} (×{times[subject] / times[own]:.2f})"
@@ -65,7 +76,7 @@ def table_of(path):
     lines = [f"### {title}", "", "| workload | " + " | ".join(name or "time" for name in subjects) + " |",
              "|---|" + "---:|" * len(subjects)]
     for row, times in rows.items():
-        cells = (format_cell(times, subject, subjects[0]) for subject in subjects)
+        cells = (format_cell(row, times, subject, subjects[0]) for subject in subjects)
         lines.append(f"| {row} | " + " | ".join(cells) + " |")
     return lines + [""]
 

@@ -1,21 +1,15 @@
 #include <QVRoot/BasicEnvironment/DebugValues.hpp>
-#include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
+#include <QVRoot/MemoryManagement/Core/AllocationFailureImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/BackEndChoiceImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManagerImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/SystemHeapImpl.hpp>
 
 #include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
 namespace QV {
-
-const char* const MemoryManagerSpecificErrorGUID = "84EE582D-9D0C-48D9-B24F-7FF7D5860FDB";
-const char* const MemoryManagerSpecificErrorName = "MemoryManager specific error";
-const char* const AllocationFailureGUID = "30B54E1E-DFBB-4BE5-BE29-2D85D9288976";
-const char* const AllocationFailureName = "Allocation failure";
 
 namespace {
 
@@ -27,7 +21,6 @@ struct Slots {
 };
 
 constinit Slots slots;
-constinit std::atomic<UInt32> failureCount = 0;
 constinit std::atomic<MemoryManager*> instance = nullptr;
 alignas(Impl::MemoryManagerImpl) constinit char instanceStorage[sizeof(Impl::MemoryManagerImpl)] = {};
 
@@ -61,47 +54,6 @@ auto GetFreeSlot() noexcept
     return slots.free.load(std::memory_order_relaxed);
 }
 
-void ReportFailure(USize size) noexcept
-{
-    ErrorLog::WriteLine("Allocation failure, requested memory size is % bytes", "QV", "Memory", size);
-    char text[80];
-    std::snprintf(text, sizeof(text), "AllocationFailure: Requested memory size is %llu bytes", size);
-    const UInt32 count = failureCount.fetch_add(1, std::memory_order_relaxed) + 1;
-    if (count < 10) {
-        const SpecificError errors[] = {{MemoryManagerSpecificErrorGUID, MemoryManagerSpecificErrorName},
-                                        {AllocationFailureGUID, AllocationFailureName}};
-        ErrorReporting::Report(text, 0, errors, 2);
-    } else if (count == 10) {
-        ErrorReporting::Report("More Fatal memory errors (not logged)");
-    }
-}
-
-void HandleFinalFailure(USize size, MemoryManager::ExceptionBehaviour behaviour, bool report)
-{
-    if (report) {
-        ReportFailure(size);
-    }
-    if (behaviour == MemoryManager::ThrowOnFailure) {
-        Impl::ThrowAllocationFailure();
-    }
-}
-
-/// Tries again as long as a failure handler says that it released something.
-template <class Attempt>
-void* RetryOrFail(USize size, MemoryManager::ExceptionBehaviour behaviour, bool report, Attempt attempt)
-{
-    // Without an instance nobody has registered anything, and building one now could fail in turn.
-    if (MemoryManager* const manager = instance.load(std::memory_order_acquire)) {
-        while (manager->CallAllocationFailureHandlers(size)) {
-            if (void* const block = attempt()) {
-                return block;
-            }
-        }
-    }
-    HandleFinalFailure(size, behaviour, report);
-    return nullptr;
-}
-
 /// Where an aligned block keeps the address of the block that it was cut from.
 void* LoadRawAddress(const void* block) noexcept
 {
@@ -118,12 +70,8 @@ MemoryManager::~MemoryManager() = default;
 
 void* MemoryManager::Allocate(USize size, ExceptionBehaviour behaviour, bool report)
 {
-    const auto allocate = GetAllocateSlot();
-    void* const block = allocate(size);
-    if (block != nullptr) [[likely]] {
-        return block;
-    }
-    return RetryOrFail(size, behaviour, report, [=] { return allocate(size); });
+    void* const block = GetAllocateSlot()(size);
+    return block != nullptr ? block : Impl::AllocateAfterFailure(size, behaviour, report);
 }
 
 void* MemoryManager::Reallocate(void* block, USize size, ExceptionBehaviour behaviour, bool report)
@@ -135,12 +83,8 @@ void* MemoryManager::Reallocate(void* block, USize size, ExceptionBehaviour beha
         Free(block);
         return nullptr;
     }
-    const auto reallocate = GetReallocateSlot();
-    void* const resized = reallocate(block, size);
-    if (resized != nullptr) [[likely]] {
-        return resized;
-    }
-    return RetryOrFail(size, behaviour, report, [=] { return reallocate(block, size); });
+    void* const resized = GetReallocateSlot()(block, size);
+    return resized != nullptr ? resized : Impl::ReallocateAfterFailure(block, size, behaviour, report);
 }
 
 void MemoryManager::Free(void* block)
@@ -184,13 +128,13 @@ int MemoryManager::HeapCheck()
 
 bool MemoryManager::IsDebugAllocationEnabled()
 {
-    if (!MemoryManagerUtil::flagsInitialized) {
+    if (!std::atomic_ref(MemoryManagerUtil::flagsInitialized).load(std::memory_order_relaxed)) {
         MemoryManagerUtil::InitializeFlags();
     }
     if (!Impl::IsProtectedAllocationEnabled() && !Impl::SystemHeap::IsPageHeapEnabled()) {
         return false;
     }
-    return !MemoryManagerUtil::debugAllocationOverridden;
+    return !std::atomic_ref(MemoryManagerUtil::debugAllocationOverridden).load(std::memory_order_relaxed);
 }
 
 MemoryManager& MemoryManager::GetInstance()
@@ -206,6 +150,11 @@ MemoryManager& MemoryManager::GetInstance()
         }
     }
     return *manager;
+}
+
+MemoryManager* Impl::GetManagerIfAny() noexcept
+{
+    return instance.load(std::memory_order_acquire);
 }
 
 namespace MemoryManagerUtil {

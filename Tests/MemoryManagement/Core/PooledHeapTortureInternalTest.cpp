@@ -1,4 +1,5 @@
 #include <QVRoot/MemoryManagement/Core/BackEndImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/Pooled/PooledHeapImpl.hpp>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +15,8 @@ using namespace QV::Impl;
 
 namespace {
 
-/// How many operations the threads do together. The only place that scales the torture.
+/// How many operations the threads do together: what the environment variable QV_TORTURE_OPERATIONS says, or
+/// as many as suit the machine that runs the test.
 UInt64 GetOperationCount()
 {
     if (const char* const asked = std::getenv("QV_TORTURE_OPERATIONS")) {
@@ -133,10 +135,18 @@ private:
     std::mt19937_64 random_;
 };
 
+USize GetHeldBytes()
+{
+    const Pooled::HeapStatistics statistics = Pooled::GetHeapStatistics();
+    return statistics.spanBytes + statistics.largeBytes + statistics.residentFreeBytes;
+}
+
 } // namespace
 
-TEST(PooledHeapTorture, KeepsEveryBlockWhole)
+TEST(PooledHeapTorture, KeepsEveryBlockWholeAndGivesTheMemoryBack)
 {
+    Pooled::ReleaseFreeMemory();
+    const USize heldBefore = GetHeldBytes();
     std::vector<std::thread> threads;
     for (int i = 0; i < threadCount; ++i) {
         threads.emplace_back([i] {
@@ -156,4 +166,6 @@ TEST(PooledHeapTorture, KeepsEveryBlockWhole)
         Worker::Destroy(slot.exchange(nullptr));
     }
     EXPECT_TRUE(GetPooledHeap().heapCheck());
+    Pooled::ReleaseFreeMemory();
+    EXPECT_LE(GetHeldBytes(), heldBefore);
 }

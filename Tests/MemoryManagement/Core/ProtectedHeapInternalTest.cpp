@@ -130,10 +130,13 @@ TEST_F(ProtectedHeapDeathTest, OverwrittenSurroundingsAreReportedWhenFreed)
         Bytes(block)[position] = 1;
         heap.Free(block);
     };
-    EXPECT_DEATH(damage(forwards, 100, 100), "bytes behind the block were overwritten");
+    EXPECT_DEATH(
+        damage(forwards, 100, 100),
+        "bytes behind the block were overwritten\nthe nearest one, at 0x\\w+, 0 bytes behind its end, "
+        "holds 0x01\n0x\\w+ lies 0 bytes into a live block of 100 bytes");
     EXPECT_DEATH(damage(forwards, 1, 15), "lies 0 bytes into a live block of 1 bytes");
     EXPECT_DEATH(damage(forwards, 100, -1), "bytes in front of the block were overwritten");
-    EXPECT_DEATH(damage(forwards, 16, -4080), "bytes in front of the block were overwritten");
+    EXPECT_DEATH(damage(forwards, 16, -4080), "4080 bytes before the block, holds 0x01");
     EXPECT_DEATH(damage(backwards, 100, 4095), "bytes behind the block were overwritten");
 }
 

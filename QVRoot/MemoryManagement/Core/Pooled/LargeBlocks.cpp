@@ -239,8 +239,7 @@ void* LargeBlocks::Resize(void* block, USize size) noexcept
         large->resident = std::min(large->resident, wanted);
     } else if (size < GetUsableSize(GetHeader(block)) && bytes < large->resident / 2 &&
                !DiscardTail(large, bytes)) {
-        Link(large);
-        return nullptr;
+        large->reserved = bytes; // the tail is lost: never grow into it
     }
     Describe(large, bytes);
     Link(large);

@@ -15,7 +15,7 @@ namespace {
 constinit PageHeap pageHeap;
 
 /// The heap's size from which on it takes huge pages: less would be wasted on small programs.
-constexpr USize leastSegmentsForHugePages = 8;
+constexpr USize leastSegmentsForHugePages = 2;
 
 bool IsAbsent(const Segment& segment, UInt32 page) noexcept
 {

@@ -47,6 +47,16 @@ void WriteStack(TextWriter& writer, const char* title, const CapturedStack& stac
 
 } // namespace
 
+void DescribeDamage(TextWriter& writer, const char* byte, const BlockRecord& record) noexcept
+{
+    const bool inFront = byte < record.block;
+    const UInt64 distance =
+        inFront ? Number(record.block) - Number(byte) : Number(byte) - Number(record.block) - record.size;
+    writer.Write("the nearest one, at 0x%016llX, %llu bytes %s, holds 0x%02X\n", Number(byte), distance,
+                 inFront ? "before the block" : "behind its end",
+                 static_cast<unsigned>(static_cast<unsigned char>(*byte)));
+}
+
 void DescribeBlock(TextWriter& writer, const void* address, const BlockRecord& record,
                    const BlockStacks* stacks) noexcept
 {

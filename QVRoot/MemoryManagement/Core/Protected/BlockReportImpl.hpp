@@ -17,6 +17,9 @@ private:
     USize left_;
 };
 
+/// Which byte beside the block was overwritten, and with what.
+void DescribeDamage(TextWriter& writer, const char* byte, const BlockRecord& record) noexcept;
+
 /// Where the address lies in or at the block, what the block is, and its stacks; `stacks` may be null.
 void DescribeBlock(TextWriter& writer, const void* address, const BlockRecord& record,
                    const BlockStacks* stacks) noexcept;

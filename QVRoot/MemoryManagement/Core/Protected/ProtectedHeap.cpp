@@ -44,6 +44,16 @@ bool IsBackIntact(const BlockRecord& record) noexcept
     return IsIntact(record.block + record.size, record.end);
 }
 
+/// The overwritten byte that is nearest to a block with a damaged front or back.
+const char* FindDamage(const BlockRecord& record, bool inFront) noexcept
+{
+    const char* byte = inFront ? record.block - 1 : record.block + record.size;
+    while (*byte == Pattern && (inFront ? byte > record.begin : byte + 1 < record.end)) {
+        byte += inFront ? -1 : 1;
+    }
+    return byte;
+}
+
 } // namespace
 
 void ProtectedHeap::Initialize(const ProtectedOptions& options) noexcept
@@ -288,6 +298,10 @@ void ProtectedHeap::Stop(const char* operation, const void* block, Fault fault) 
                  reinterpret_cast<UInt64>(block), GetText(fault));
     Snapshot snapshot;
     if (TakeSnapshot(block, snapshot)) {
+        if (fault == Fault::DamagedFront || fault == Fault::DamagedBack) {
+            DescribeDamage(writer, FindDamage(snapshot.record, fault == Fault::DamagedFront),
+                           snapshot.record);
+        }
         DescribeBlock(writer, block, snapshot.record, snapshot.hasStacks ? &snapshot.stacks : nullptr);
     }
     ReportDamagedHeap(text);
