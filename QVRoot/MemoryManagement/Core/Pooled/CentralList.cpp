@@ -89,18 +89,42 @@ Magazine* CentralList::ExchangeFull(UInt32 sizeClass, Magazine* full) noexcept
         // Now and then blocks go back to their spans although there is room: those that circulate would end
         // up scattered over the whole heap, each on a page of its own. What replaces them lies together.
         constexpr UInt32 renewal = 16;
-        if (full_.GetCount() < classInfos[sizeClass].depotLimit && ++exchanges_ % renewal != 0) {
+        const bool overflows = full_.GetCount() >= classInfos[sizeClass].depotLimit;
+        if (!overflows && ++exchanges_ % renewal != 0) {
             full_.Push(full);
             empty = empty_.Pop();
-            full = nullptr;
         } else {
-            whole = ReturnBlocks(sizeClass, full->blocks, full->count, nullptr);
-            full->count = 0;
             empty = full;
+            whole = Empty(sizeClass, full, nullptr);
+            whole = overflows ? ReturnSomeMagazines(sizeClass, whole) : whole;
         }
     }
     FreeSpans(whole);
     return empty != nullptr ? empty : TakeEmpty();
+}
+
+/// Returns a magazine's blocks to their spans, as `ReturnBlocks` does.
+Span* CentralList::Empty(UInt32 sizeClass, Magazine* magazine, Span* whole) noexcept
+{
+    whole = ReturnBlocks(sizeClass, magazine->blocks, magazine->count, whole);
+    magazine->count = 0;
+    return whole;
+}
+
+/// Makes room for several magazines at once, when there is none for one: what is freed in quantity should not
+/// leave its last blocks behind, each of which keeps a span from being whole.
+Span* CentralList::ReturnSomeMagazines(UInt32 sizeClass, Span* whole) noexcept
+{
+    constexpr UInt32 some = 4;
+    for (UInt32 i = 0; i < some; ++i) {
+        Magazine* const magazine = full_.Pop();
+        if (magazine == nullptr) {
+            break;
+        }
+        whole = Empty(sizeClass, magazine, whole);
+        empty_.Push(magazine);
+    }
+    return whole;
 }
 
 void CentralList::Retire(UInt32 sizeClass, Magazine* magazine) noexcept
@@ -108,8 +132,7 @@ void CentralList::Retire(UInt32 sizeClass, Magazine* magazine) noexcept
     Span* whole = nullptr;
     {
         const SpinLockGuard guard(lock_);
-        whole = ReturnBlocks(sizeClass, magazine->blocks, magazine->count, nullptr);
-        magazine->count = 0;
+        whole = Empty(sizeClass, magazine, nullptr);
         empty_.Push(magazine);
     }
     FreeSpans(whole);

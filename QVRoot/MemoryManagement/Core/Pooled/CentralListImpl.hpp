@@ -37,6 +37,8 @@ private:
     UInt32 TakeBlocks(UInt32 sizeClass, void** blocks, UInt32 wanted) noexcept;
     UInt32 TakeBlocksOfSpan(Span* span, void** blocks, UInt32 wanted) noexcept;
     UInt32 TakeBlocksOfNewSpan(UInt32 sizeClass, void** blocks, UInt32 wanted) noexcept;
+    Span* Empty(UInt32 sizeClass, Magazine* magazine, Span* whole) noexcept;
+    Span* ReturnSomeMagazines(UInt32 sizeClass, Span* whole) noexcept;
     Span* ReturnBlocks(UInt32 sizeClass, void** blocks, USize count, Span* whole) noexcept;
 
     SpinLock lock_;
