@@ -344,6 +344,7 @@ TEST(CharCodeDeathTest, DebugValueMakesTheGuardChooseTheLegacyPage)
         {
             CHSetLegacyCharCode(GreekCharCode);
             const DefaultCharCodeGuard guard;
+            std::remove(path.c_str()); // the child makes a file of its own
             std::_Exit(CHGetDefaultCharCode() == GreekCharCode ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
