@@ -64,7 +64,9 @@ public:
     T& Emplace(Arguments&&... arguments)
     {
         if (count_ < capacity_) {
-            return *new (elements_ + count_++) T(std::forward<Arguments>(arguments)...);
+            T* const element = new (elements_ + count_) T(std::forward<Arguments>(arguments)...);
+            ++count_; // only now: the constructor may have thrown
+            return *element;
         }
         // Built before the old block goes, since the arguments may live in it.
         Array grown;
