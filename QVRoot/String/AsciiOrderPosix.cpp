@@ -3,7 +3,10 @@
 #include <unicode/uset.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
+
+#include <emmintrin.h>
 
 namespace QV::Impl {
 
@@ -110,18 +113,33 @@ bool HasNoAccents(const UCollator* secondary, const UInt8 (&letters)[0x80])
     return true;
 }
 
-/// How many units the texts have in common from the start, in steps of four ASCII units.
+/// A bit pair for each of eight units that the texts have in common and that are ASCII and not zero.
+UInt32 MatchEight(const UInt16* text1, const UInt16* text2)
+{
+    const __m128i units1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text1));
+    const __m128i units2 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text2));
+    const __m128i less = _mm_cmpgt_epi16(_mm_set1_epi16(0x80), units1);
+    const __m128i more = _mm_cmpgt_epi16(units1, _mm_setzero_si128());
+    const __m128i same = _mm_and_si128(_mm_cmpeq_epi16(units1, units2), _mm_and_si128(less, more));
+    return static_cast<UInt32>(_mm_movemask_epi8(same));
+}
+
+/// How many units the texts have in common from the start, as far as they are ASCII and not zero.
 int SkipCommonStart(const UInt16* text1, const UInt16* text2, int length)
 {
     int position = 0;
-    for (; position + 4 <= length; position += 4) {
-        UInt64 units1;
-        UInt64 units2;
-        std::memcpy(&units1, text1 + position, sizeof(units1));
-        std::memcpy(&units2, text2 + position, sizeof(units2));
-        if (units1 != units2 || (units1 & 0xFF80FF80FF80FF80) != 0) {
-            break;
+    if (length >= 8) {
+        for (; position <= length - 8; position += 8) {
+            const UInt32 bits = MatchEight(text1 + position, text2 + position);
+            if (bits != 0xFFFF) {
+                return position + std::countr_one(bits) / 2;
+            }
         }
+        position = length - 8; // what is left, together with units that are known to match
+        return position + std::countr_one(MatchEight(text1 + position, text2 + position)) / 2;
+    }
+    while (position < length && text1[position] == text2[position] && text1[position] - 1u < 0x7F) {
+        ++position;
     }
     return position;
 }
@@ -139,6 +157,8 @@ void AsciiOrder::Learn(const UCollator* collator) noexcept
     RankLetters(collator, ranks_);
     ForgetIgnored(primary.Get(), letters_);
     usable_ = HasNoAccents(secondary.Get(), letters_);
+    UErrorCode error = U_ZERO_ERROR;
+    numeric_ = ucol_getAttribute(collator, UCOL_NUMERIC_COLLATION, &error) == UCOL_ON;
 }
 
 /// Whether the character counts for itself: what follows must be no mark that could join it.
@@ -148,17 +168,24 @@ bool AsciiOrder::IsDecided(const UInt16* text, int length, int position) const n
            (position + 1 == length || text[position + 1] < count);
 }
 
-std::optional<TextOrder> AsciiOrder::Compare(const UInt16* text1, int length1, const UInt16* text2,
-                                             int length2, bool ignoreCase) const noexcept
+TextOrder AsciiOrder::Compare(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                              bool ignoreCase) const noexcept
 {
     if (!usable_) {
-        return {};
+        return undecided;
+    }
+    if (numeric_) {
+        return CompareNaturally(text1, length1, text2, length2, ignoreCase);
     }
     TextOrder tie = TextEqual;
     const int common = std::min(length1, length2);
-    for (int i = SkipCommonStart(text1, text2, common); i < common; ++i) {
+    for (int i = 0;; ++i) {
+        i += SkipCommonStart(text1 + i, text2 + i, common - i);
+        if (i == common) {
+            break;
+        }
         if (!IsDecided(text1, length1, i) || !IsDecided(text2, length2, i)) {
-            return {};
+            return undecided;
         }
         const UInt16 a = text1[i];
         const UInt16 b = text2[i];
@@ -174,9 +201,99 @@ std::optional<TextOrder> AsciiOrder::Compare(const UInt16* text1, int length1, c
     }
     const UInt16* const longer = length1 > length2 ? text1 : text2;
     if (!IsDecided(longer, std::max(length1, length2), common)) {
-        return {};
+        return undecided;
     }
     return length1 < length2 ? TextLess : TextGreater;
+}
+
+namespace {
+
+bool IsDigit(UInt16 unit)
+{
+    return unit >= '0' && unit <= '9';
+}
+
+/// A run of digits without the zeros before it.
+struct Number {
+    const UInt16* digits;
+    int length;
+};
+
+/// Reads the number and moves behind it.
+Number ReadNumber(const UInt16* text, int length, int& position)
+{
+    int first = position;
+    while (position < length && IsDigit(text[position])) {
+        ++position;
+    }
+    while (first + 1 < position && text[first] == '0') {
+        ++first;
+    }
+    return {text + first, position - first};
+}
+
+TextOrder CompareNumbers(Number a, Number b)
+{
+    if (a.length != b.length) {
+        return a.length < b.length ? TextLess : TextGreater;
+    }
+    const auto [i, j] = std::mismatch(a.digits, a.digits + a.length, b.digits);
+    return i == a.digits + a.length ? TextEqual : *i < *j ? TextLess : TextGreater;
+}
+
+} // namespace
+
+/// The same with numbers, which count by their value however many zeros they begin with. Longer numbers than
+/// a collator takes in one piece are left to it.
+TextOrder AsciiOrder::CompareNaturally(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                                       bool ignoreCase) const noexcept
+{
+    constexpr int mostDigits = 254;
+    TextOrder tie = TextEqual;
+    int i = SkipCommonStart(text1, text2, std::min(length1, length2));
+    while (i > 0 && IsDigit(text1[i - 1])) {
+        --i;
+    }
+    int j = i;
+    while (i < length1 && j < length2) {
+        if (!IsDecided(text1, length1, i) || !IsDecided(text2, length2, j)) {
+            return undecided;
+        }
+        const UInt16 a = text1[i];
+        const UInt16 b = text2[j];
+        if (a == 0 || b == 0) {
+            return undecided; // where the texts end
+        }
+        if (IsDigit(a) && IsDigit(b)) {
+            const Number number1 = ReadNumber(text1, length1, i);
+            const Number number2 = ReadNumber(text2, length2, j);
+            const bool joined = (i < length1 && text1[i] >= count) || (j < length2 && text2[j] >= count);
+            if (joined || number1.length > mostDigits || number2.length > mostDigits) {
+                return undecided;
+            }
+            const TextOrder order = CompareNumbers(number1, number2);
+            if (order != TextEqual) {
+                return order;
+            }
+            continue;
+        }
+        if (letters_[a] != letters_[b]) {
+            return letters_[a] < letters_[b] ? TextLess : TextGreater;
+        }
+        if (tie == TextEqual && ranks_[a] != ranks_[b] && !ignoreCase) {
+            tie = ranks_[a] < ranks_[b] ? TextLess : TextGreater;
+        }
+        ++i;
+        ++j;
+    }
+    if (i == length1 && j == length2) {
+        return tie;
+    }
+    const bool decided = i < length1 ? IsDecided(text1, length1, i) : IsDecided(text2, length2, j);
+    if (!decided) {
+        return undecided;
+    }
+    return i == length1 ? TextLess : TextGreater;
 }
 
 } // namespace QV::Impl

@@ -1,5 +1,6 @@
 #include <QVRoot/String/AsciiOrderPosixImpl.hpp>
 #include <QVRoot/String/PlatformTextImpl.hpp>
+#include <QVRoot/String/Search/TextSearchImpl.hpp>
 #include <QVRoot/Threading/CriticalSectionImpl.hpp>
 
 #include <unicode/ucol.h>
@@ -34,7 +35,7 @@ void GetCollationLocale(char (&locale)[ULOC_FULLNAME_CAPACITY])
     }
 }
 
-UCollator* OpenCollator(UCollationStrength strength)
+UCollator* OpenCollator(UCollationStrength strength, bool numeric)
 {
     char locale[ULOC_FULLNAME_CAPACITY];
     GetCollationLocale(locale);
@@ -46,74 +47,100 @@ UCollator* OpenCollator(UCollationStrength strength)
     // Texts that are canonically the same are equal, in whatever order their marks are written.
     ucol_setAttribute(collator, UCOL_NORMALIZATION_MODE, UCOL_ON, &error);
     ucol_setStrength(collator, strength);
+    ucol_setAttribute(collator, UCOL_NUMERIC_COLLATION, numeric ? UCOL_ON : UCOL_OFF, &error);
     return collator;
 }
 
-/// The collators of the user's locale: opened on first use and kept, since opening is slow; never closed,
-/// since texts may be compared until the process ends. Nobody changes them, so all threads may use them.
-struct Collation {
-    UCollator* caseSensitive = nullptr;
-    UCollator* ignoreCase = nullptr;
-    AsciiOrder ascii;
+int FindZero(const UInt16* text, int length)
+{
+    const UInt32 zero = FindFirst({text, static_cast<UInt32>(length)}, 0);
+    return zero == searchFailed ? length : static_cast<int>(zero);
+}
 
-    /// False when that failed in part; it can be tried again.
-    bool Open()
+/// The collators of the user's locale for one kind of order: opened on first use and kept, since opening is
+/// slow; never closed, since texts may be compared until the process ends. Nobody changes them, so all
+/// threads may use them.
+class Collation {
+public:
+    /// With `numeric` digits count as numbers, and texts end at their first zero.
+    constexpr explicit Collation(bool numeric) : numeric_(numeric) {}
+
+    TextOrder Compare(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                      bool ignoreCase) noexcept
     {
-        if (caseSensitive == nullptr) {
-            caseSensitive = OpenCollator(UCOL_TERTIARY);
+        if (text1 == nullptr || text2 == nullptr || !IsOpen()) {
+            return TextOrderFailed;
         }
-        if (ignoreCase == nullptr) {
-            ignoreCase = OpenCollator(UCOL_SECONDARY);
+        const TextOrder order = ascii_.Compare(text1, length1, text2, length2, ignoreCase);
+        if (order != AsciiOrder::undecided) [[likely]] {
+            return order;
         }
-        if (caseSensitive == nullptr || ignoreCase == nullptr) {
-            return false;
+        if (numeric_) {
+            length1 = FindZero(text1, length1);
+            length2 = FindZero(text2, length2);
         }
-        ascii.Learn(caseSensitive);
+        switch (ucol_strcoll(ignoreCase ? ignoreCase_ : caseSensitive_, reinterpret_cast<const UChar*>(text1),
+                             length1, reinterpret_cast<const UChar*>(text2), length2)) {
+        case UCOL_LESS:
+            return TextLess;
+        case UCOL_GREATER:
+            return TextGreater;
+        default:
+            return TextEqual;
+        }
+    }
+
+private:
+    /// False when there is none, for lack of memory or of data. It can be tried again.
+    bool IsOpen()
+    {
+        if (!isOpen_.load(std::memory_order_acquire)) [[unlikely]] {
+            static constinit CriticalSection section;
+            const CriticalSectionGuard guard(section);
+            if (!isOpen_.load(std::memory_order_relaxed)) {
+                Open();
+            }
+            return isOpen_.load(std::memory_order_relaxed);
+        }
         return true;
     }
-};
 
-constinit Collation collation;
-constinit std::atomic<bool> isOpen = false;
-
-/// Null when there is none, for lack of memory or of data.
-const Collation* GetCollation()
-{
-    if (!isOpen.load(std::memory_order_acquire)) [[unlikely]] {
-        static constinit CriticalSection section;
-        const CriticalSectionGuard guard(section);
-        if (!isOpen.load(std::memory_order_relaxed)) {
-            if (!collation.Open()) {
-                return nullptr;
-            }
-            isOpen.store(true, std::memory_order_release);
+    void Open()
+    {
+        if (caseSensitive_ == nullptr) {
+            caseSensitive_ = OpenCollator(UCOL_TERTIARY, numeric_);
+        }
+        if (ignoreCase_ == nullptr) {
+            ignoreCase_ = OpenCollator(UCOL_SECONDARY, numeric_);
+        }
+        if (caseSensitive_ != nullptr && ignoreCase_ != nullptr) {
+            ascii_.Learn(caseSensitive_);
+            isOpen_.store(true, std::memory_order_release);
         }
     }
-    return &collation;
-}
+
+    const bool numeric_;
+    std::atomic<bool> isOpen_ = false;
+    UCollator* caseSensitive_ = nullptr;
+    UCollator* ignoreCase_ = nullptr;
+    AsciiOrder ascii_;
+};
+
+constinit Collation plainOrder(false);
+constinit Collation naturalOrder(true);
 
 } // namespace
 
 TextOrder CompareText(const UInt16* text1, int length1, const UInt16* text2, int length2,
                       bool ignoreCase) noexcept
 {
-    const Collation* const open = GetCollation();
-    if (text1 == nullptr || text2 == nullptr || open == nullptr) {
-        return TextOrderFailed;
-    }
-    if (const auto order = open->ascii.Compare(text1, length1, text2, length2, ignoreCase)) {
-        return *order;
-    }
-    const UCollator* const collator = ignoreCase ? open->ignoreCase : open->caseSensitive;
-    switch (ucol_strcoll(collator, reinterpret_cast<const UChar*>(text1), length1,
-                         reinterpret_cast<const UChar*>(text2), length2)) {
-    case UCOL_LESS:
-        return TextLess;
-    case UCOL_GREATER:
-        return TextGreater;
-    default:
-        return TextEqual;
-    }
+    return plainOrder.Compare(text1, length1, text2, length2, ignoreCase);
+}
+
+TextOrder CompareTextNaturally(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                               bool ignoreCase) noexcept
+{
+    return naturalOrder.Compare(text1, length1, text2, length2, ignoreCase);
 }
 
 } // namespace QV::Impl

@@ -19,6 +19,10 @@ enum TextOrder : int { TextOrderFailed = 0, TextLess = 1, TextEqual = 2, TextGre
 TextOrder CompareText(const UInt16* text1, int length1, const UInt16* text2, int length2,
                       bool ignoreCase) noexcept;
 
+/// The same with runs of digits compared as numbers, and each text up to its first zero only.
+TextOrder CompareTextNaturally(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                               bool ignoreCase) noexcept;
+
 enum class TextMapping { LowerCase, UpperCase, HalfWidth, FullWidth };
 
 /// Maps into `result` and answers the units written, or with `resultLength` 0 the units needed; 0 on failure,

@@ -1,4 +1,5 @@
 #include <QVRoot/String/PlatformTextImpl.hpp>
+#include <QVRoot/String/Search/TextSearchImpl.hpp>
 
 #include <windows.h>
 
@@ -58,6 +59,12 @@ NormalizationStatus GetStatus(DWORD error)
     }
 }
 
+int FindZero(const UInt16* text, int length)
+{
+    const UInt32 zero = FindFirst({text, static_cast<UInt32>(length)}, 0);
+    return zero == searchFailed ? length : static_cast<int>(zero);
+}
+
 } // namespace
 
 TextOrder CompareText(const UInt16* text1, int length1, const UInt16* text2, int length2,
@@ -65,6 +72,15 @@ TextOrder CompareText(const UInt16* text1, int length1, const UInt16* text2, int
 {
     return static_cast<TextOrder>(CompareStringW(GetUserDefaultLCID(), ignoreCase ? NORM_IGNORECASE : 0,
                                                  ToWide(text1), length1, ToWide(text2), length2));
+}
+
+TextOrder CompareTextNaturally(const UInt16* text1, int length1, const UInt16* text2, int length2,
+                               bool ignoreCase) noexcept
+{
+    const DWORD flags = SORT_DIGITSASNUMBERS | (ignoreCase ? LINGUISTIC_IGNORECASE : 0);
+    return static_cast<TextOrder>(CompareStringEx(LOCALE_NAME_USER_DEFAULT, flags, ToWide(text1),
+                                                  FindZero(text1, length1), ToWide(text2),
+                                                  FindZero(text2, length2), nullptr, nullptr, 0));
 }
 
 int MapText(TextMapping mapping, const UInt16* text, int length, UInt16* result, int resultLength) noexcept

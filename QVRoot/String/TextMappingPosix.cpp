@@ -1,6 +1,8 @@
 #include <QVRoot/String/PlatformTextImpl.hpp>
+#include <QVRoot/String/Search/SearchImpl.hpp>
 #include <QVRoot/String/TextMappingTablesImpl.hpp>
 
+#include <algorithm>
 #include <iterator>
 
 namespace QV::Impl {
@@ -95,18 +97,34 @@ static_assert([] {
     return true;
 }());
 
-/// One to one, so the lengths agree; works in place.
+/// Maps one character and answers its units.
 template <class Map, class MapPair>
-int MapCase(const Map& map, MapPair mapPair, const UInt16* text, int length, UInt16* result)
+int MapCharacter(const Map& map, MapPair mapPair, const UInt16* text, int length, UInt16* result)
 {
-    for (int i = 0; i < length; ++i) {
-        const UInt16 unit = text[i];
-        if (IsHighSurrogate(unit) && i + 1 < length && IsLowSurrogate(text[i + 1])) [[unlikely]] {
-            const UInt32 mapped = mapPair(((unit - 0xD7C0U) << 10) + (text[i + 1] - 0xDC00U));
-            result[i++] = static_cast<UInt16>((mapped >> 10) + 0xD7C0);
-            result[i] = static_cast<UInt16>((mapped & 0x3FF) + 0xDC00);
-        } else {
-            result[i] = map.Map(unit);
+    const UInt16 unit = text[0];
+    if (IsHighSurrogate(unit) && length > 1 && IsLowSurrogate(text[1])) [[unlikely]] {
+        const UInt32 mapped = mapPair(((unit - 0xD7C0U) << 10) + (text[1] - 0xDC00U));
+        result[0] = static_cast<UInt16>((mapped >> 10) + 0xD7C0);
+        result[1] = static_cast<UInt16>((mapped & 0x3FF) + 0xDC00);
+        return 2;
+    }
+    result[0] = map.Map(unit);
+    return 1;
+}
+
+/// One to one, so the lengths agree; works in place. Runs of ASCII go by the vector, other text by the table
+/// for a while before the next try.
+template <class Map, class MapPair>
+int MapCase(const Map& map, MapPair mapPair, UInt16 firstLetter, const UInt16* text, int length,
+            UInt16* result)
+{
+    constexpr int patience = 64;
+    const SearchKernels& kernels = GetSearchKernels();
+    for (int i = 0; i < length;) {
+        const UnitRange rest = {text + i, static_cast<UInt32>(length - i)};
+        i += static_cast<int>(kernels.mapAsciiCase(rest, result + i, firstLetter));
+        for (const int end = std::min(length, i + patience); i < end;) {
+            i += MapCharacter(map, mapPair, text + i, length - i, result + i);
         }
     }
     return length;
@@ -213,8 +231,9 @@ int MapText(TextMapping mapping, const UInt16* text, int length, UInt16* result,
     if (resultLength < length) {
         return 0;
     }
-    return mapping == TextMapping::UpperCase ? MapCase(upperCaseMap, MapPairToUpper, text, length, result)
-                                             : MapCase(lowerCaseMap, MapPairToLower, text, length, result);
+    return mapping == TextMapping::UpperCase
+               ? MapCase(upperCaseMap, MapPairToUpper, 'a', text, length, result)
+               : MapCase(lowerCaseMap, MapPairToLower, 'A', text, length, result);
 }
 
 } // namespace QV::Impl

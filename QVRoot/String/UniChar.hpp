@@ -28,8 +28,8 @@ public:
     constexpr UniChar(char16_t unit) noexcept : unit_(unit) {}
     /// A byte of 0x80 or above is taken as a one-byte text in the default code page; where that does not
     /// convert the unit is 0.
-    UniChar(char c) : unit_(CharToUnicode(c)) {}
-    UniChar(unsigned char c) : unit_(CharToUnicode(static_cast<char>(c))) {}
+    UniChar(char c) : unit_(IsUnicodeCompatible(c) ? static_cast<unsigned short>(c) : CharToUnicode(c)) {}
+    UniChar(unsigned char c) : UniChar(static_cast<char>(c)) {}
 
     constexpr operator unsigned short() const noexcept { return unit_; }
     /// A unit of 0x80 or above is converted to the default code page, by a similar character or '?' if need

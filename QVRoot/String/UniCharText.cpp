@@ -1,6 +1,7 @@
 // The services of `UniChar` that work on runs of units: order, case, width and normal forms.
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
 #include <QVRoot/String/PlatformTextImpl.hpp>
+#include <QVRoot/String/Search/SearchImpl.hpp>
 #include <QVRoot/String/Transcode/TranscodeImpl.hpp>
 #include <QVRoot/String/UniChar.hpp>
 
@@ -41,15 +42,6 @@ unsigned int ComputeMappedLength(const unsigned short* text, unsigned int length
     return mapped == 0 ? length : static_cast<unsigned int>(mapped);
 }
 
-void MapAscii(const unsigned short* text, unsigned int length, unsigned short* result, UniChar::Case target)
-{
-    const unsigned int first = target == UniChar::UpperCase ? 'a' : 'A';
-    for (unsigned int i = 0; i < length; ++i) {
-        const unsigned int unit = text[i];
-        result[i] = static_cast<unsigned short>(unit ^ (unit - first < 26 ? 0x20 : 0));
-    }
-}
-
 bool ConvertMapped(const unsigned short* text, unsigned int length, unsigned short* result,
                    unsigned int resultLength, Impl::TextMapping mapping)
 {
@@ -74,15 +66,10 @@ UniChar::CompareResult UniChar::Compare(const unsigned short* text1, unsigned in
     if (IsTooLong(length1) || IsTooLong(length2)) {
         return Equal;
     }
-    switch (Impl::CompareText(text1, static_cast<int>(length1), text2, static_cast<int>(length2),
-                              caseComparison == IgnoreCase)) {
-    case Impl::TextLess:
-        return Less;
-    case Impl::TextGreater:
-        return Greater;
-    default:
-        return Equal;
-    }
+    // From a table, since nobody can foretell the branches.
+    static constexpr CompareResult results[] = {Equal, Less, Equal, Greater};
+    return results[Impl::CompareText(text1, static_cast<int>(length1), text2, static_cast<int>(length2),
+                                     caseComparison == IgnoreCase)];
 }
 
 unsigned int UniChar::ComputeCaseConvertedLength(const unsigned short* text, unsigned int length, Case target)
@@ -93,9 +80,14 @@ unsigned int UniChar::ComputeCaseConvertedLength(const unsigned short* text, uns
 bool UniChar::ConvertCase(const unsigned short* text, unsigned int length, unsigned short* result,
                           unsigned int resultLength, Case target)
 {
-    if (length == resultLength && result != nullptr && IsAscii(text, length)) {
-        MapAscii(text, length, result, target);
-        return true;
+    if (length == resultLength && text != nullptr && result != nullptr) {
+        // ASCII at the start counts for itself, whatever follows.
+        const UInt16 first = target == UpperCase ? 'a' : 'A';
+        const unsigned int mapped = Impl::GetSearchKernels().mapAsciiCase({text, length}, result, first);
+        text += mapped;
+        result += mapped;
+        length -= mapped;
+        resultLength -= mapped;
     }
     return ConvertMapped(text, length, result, resultLength, GetMapping(target));
 }
