@@ -1,8 +1,7 @@
-#include <QVRoot/BasicEnvironment/NullReferenceImpl.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
-#include <QVRoot/String/UniString.hpp>
-#include <QVRoot/String/UniStringBufferImpl.hpp>
+#include <QVRoot/String/Transcode/TranscodeChoiceImpl.hpp>
+#include <QVRoot/String/UniStringImpl.hpp>
 
 #include <algorithm>
 #include <cstring>
@@ -14,69 +13,52 @@ void Impl::ThrowNullText()
     QV_THROW(NullPointerException, "UniString: text is null");
 }
 
-namespace {
-
-/// The length of zero-terminated text; what does not fit 32 bits is refused as a length always is.
-template <class Unit>
-UInt32 TerminatedLength(const Unit* text)
+void Impl::ThrowNullReference()
 {
-    USize length = 0;
-    if constexpr (sizeof(Unit) == 1) {
-        length = std::strlen(reinterpret_cast<const char*>(text));
-    } else {
-        while (text[length] != 0) {
-            ++length;
+    QV_THROW(NullReferenceException, "UniString: string is null");
+}
+
+void Impl::ThrowIllegalRange()
+{
+    QV_THROW(IllegalReferenceException, "UniString: range outside the string");
+}
+
+UInt32 Impl::GetTerminatedLength(const char* text) noexcept
+{
+    return static_cast<UInt32>(std::min<USize>(std::strlen(text), 0xFFFFFFFE));
+}
+
+UInt32 Impl::GetTerminatedLength(const unsigned short* text) noexcept
+{
+    for (UInt32 i = 0; i < 4; ++i) {
+        if (text[i] == 0) {
+            return i; // sooner than by the vector
         }
     }
-    return static_cast<UInt32>(std::min<USize>(length, 0xFFFFFFFE));
+    return static_cast<UInt32>(std::min<USize>(GetTranscodeKernels().length16(text), 0xFFFFFFFE));
 }
 
-template <class Unit>
-const Unit* RequireText(const Unit* text)
+UInt32 Impl::CountUnits(const char* text, UInt32 byteCount, QVCharCode code)
 {
-    if (text == nullptr) {
-        Impl::ThrowNullText();
-    }
-    return text;
-}
-
-bool HasHighBit(const char* text, UInt32 byteCount) noexcept
-{
-    UInt64 seen = 0;
-    UInt32 i = 0;
-    for (; i + 8 <= byteCount; i += 8) {
-        UInt64 bytes;
-        std::memcpy(&bytes, text + i, 8);
-        seen |= bytes;
-    }
-    for (; i < byteCount; ++i) {
-        seen |= static_cast<unsigned char>(text[i]);
-    }
-    return (seen & 0x8080808080808080u) != 0;
-}
-
-UInt32 CountUnits(const char* text, UInt32 byteCount, QVCharCode code)
-{
-    if (CHSingleByteCharacters(code) || !HasHighBit(text, byteCount)) {
+    if (CHSingleByteCharacters(code) || IsAscii(text, byteCount)) {
         return byteCount;
     }
     return UniChar::GetUnicodeLength(text, byteCount, code);
 }
 
-void CopyUnits(unsigned short* to, const unsigned short* from, USize count) noexcept
+Impl::ConvertedText::ConvertedText(const char* text, UInt32 byteCount, UInt32 unitCount, QVCharCode code)
 {
-    if (count != 0) {
-        std::memcpy(to, from, count * sizeof(unsigned short));
+    if (unitCount <= most) {
+        units_ = {local_, UniChar::ANSIToUnicode(text, byteCount, local_, unitCount, code)};
+    } else {
+        long_ = UniString(text, byteCount, code);
+        units_ = Impl::GetUnits(long_);
     }
 }
 
-} // namespace
-
 UniString::UniString(const UniString& source, unsigned int start, unsigned int count)
 {
-    if (Impl::IsNullReference(&source)) {
-        QV_THROW(NullReferenceException, "UniString: source is null");
-    }
+    Impl::RequireReference(source);
     count = source.CheckRange(start, count);
     if (count == source.GetLength() && source.buffer_ != nullptr) {
         buffer_ = ShareBuffer(source.buffer_);
@@ -84,13 +66,13 @@ UniString::UniString(const UniString& source, unsigned int start, unsigned int c
         buffer_ = ShareEmptyBuffer();
     } else {
         buffer_ = AllocateBuffer(count);
-        CopyUnits(buffer_->content, source.buffer_->content + start, count);
+        Impl::CopyUnits(buffer_->content, source.buffer_->content + start, count);
         buffer_->length = count;
     }
 }
 
 UniString::UniString(const char* text, QVCharCode code)
-    : UniString(text, TerminatedLength(RequireText(text)), code)
+    : UniString(text, Impl::GetTerminatedLength(Impl::RequireText(text)), code)
 {
 }
 
@@ -101,14 +83,17 @@ UniString::UniString(const unsigned char* text, QVCharCode code)
 
 UniString::UniString(const char* text, unsigned int byteCount, QVCharCode code) : buffer_(nullptr)
 {
-    const UInt32 units = CountUnits(RequireText(text), byteCount, code);
+    const UInt32 units = Impl::CountUnits(Impl::RequireText(text), byteCount, code);
     buffer_ = AllocateBuffer(units);
     if (units != 0) {
         buffer_->length = UniChar::ANSIToUnicode(text, byteCount, buffer_->content, units, code);
     }
 }
 
-UniString::UniString(const unsigned short* text) : UniString(text, TerminatedLength(RequireText(text))) {}
+UniString::UniString(const unsigned short* text)
+    : UniString(text, Impl::GetTerminatedLength(Impl::RequireText(text)))
+{
+}
 
 UniString::UniString(const char16_t* text) : UniString(AsUnits(text)) {}
 
@@ -120,11 +105,15 @@ UniString::UniString(std::u16string_view text)
 {
 }
 
+UniString::UniString(std::u8string_view text)
+    : UniString(text.empty() ? "" : reinterpret_cast<const char*>(text.data()),
+                static_cast<UInt32>(std::min<USize>(text.size(), 0xFFFFFFFE)), UTF8CharCode)
+{
+}
+
 UniString& UniString::operator=(const UniString& source)
 {
-    if (Impl::IsNullReference(&source)) {
-        QV_THROW(NullReferenceException, "UniString: source is null");
-    }
+    Impl::RequireReference(source);
     if (this != &source) {
         SetBuffer(source.buffer_ == nullptr ? ShareEmptyBuffer() : ShareBuffer(source.buffer_));
     }
@@ -138,13 +127,13 @@ void UniString::Assign(const UniString& source, unsigned int start, unsigned int
 
 void UniString::Assign(const char* text, QVCharCode code)
 {
-    Assign(text, TerminatedLength(RequireText(text)), code);
+    Assign(text, Impl::GetTerminatedLength(Impl::RequireText(text)), code);
 }
 
 void UniString::Assign(const char* text, unsigned int byteCount, QVCharCode code)
 {
-    RequireText(text);
-    Set(text, CountUnits(text, byteCount, code), byteCount, code);
+    Impl::RequireText(text);
+    Set(text, Impl::CountUnits(text, byteCount, code), byteCount, code);
 }
 
 void UniString::Assign(const unsigned char* text, QVCharCode code)
@@ -154,19 +143,19 @@ void UniString::Assign(const unsigned char* text, QVCharCode code)
 
 void UniString::Assign(const unsigned short* text)
 {
-    Assign(text, TerminatedLength(RequireText(text)));
+    Assign(text, Impl::GetTerminatedLength(Impl::RequireText(text)));
 }
 
 void UniString::Assign(const unsigned short* text, unsigned int count)
 {
-    RequireText(text);
+    Impl::RequireText(text);
     if (count == 0) {
         Clear();
     } else if (PointsInside(text)) {
         UniString(text, count).Swap(*this);
     } else {
         AboutToModify(count);
-        CopyUnits(buffer_->content, text, count);
+        Impl::CopyUnits(buffer_->content, text, count);
         buffer_->length = count;
     }
 }
@@ -183,7 +172,7 @@ void UniString::Set(const char* text, UInt32 unitCount, UInt32 byteCount, QVChar
         Clear();
         return;
     }
-    if (PointsInside(reinterpret_cast<const unsigned short*>(text))) {
+    if (PointsInside(text)) {
         UniString(text, byteCount, code).Swap(*this);
         return;
     }
@@ -250,28 +239,20 @@ void UniString::SetChar(unsigned int position, UniChar c)
 
 void UniString::Append(const UniString& source, unsigned int start, unsigned int count)
 {
-    if (Impl::IsNullReference(&source)) {
-        QV_THROW(NullReferenceException, "UniString: source is null");
-    }
-    // Shares the units, so that they stay when the source is this string.
-    const UniString kept(source);
-    count = kept.CheckRange(start, count);
-    if (count != 0) {
-        AboutToInsert(count);
-        CopyUnits(buffer_->content + buffer_->length, kept.buffer_->content + start, count);
-        buffer_->length += count;
-    }
+    const Impl::UnitRange units = Impl::GetUnits(Impl::RequireReference(source));
+    count = source.CheckRange(start, count);
+    Append(units.units + start, count);
 }
 
 void UniString::Append(const char* text, QVCharCode code)
 {
-    Append(text, TerminatedLength(RequireText(text)), code);
+    Append(text, Impl::GetTerminatedLength(Impl::RequireText(text)), code);
 }
 
 void UniString::Append(const char* text, unsigned int byteCount, QVCharCode code)
 {
-    RequireText(text);
-    const UniString kept = PointsInside(reinterpret_cast<const unsigned short*>(text)) ? *this : UniString();
+    Impl::RequireText(text);
+    const UniString kept = PointsInside(text) ? *this : UniString();
     AppendConverted(text, byteCount, code);
 }
 
@@ -282,24 +263,41 @@ void UniString::Append(const unsigned char* text, QVCharCode code)
 
 void UniString::Append(const unsigned short* text)
 {
-    Append(text, TerminatedLength(RequireText(text)));
+    Append(text, Impl::GetTerminatedLength(Impl::RequireText(text)));
+}
+
+void UniString::Append(std::u16string_view text)
+{
+    if (!text.empty()) {
+        Append(AsUnits(text.data()), static_cast<UInt32>(std::min<USize>(text.size(), 0xFFFFFFFE)));
+    }
 }
 
 void UniString::Append(const unsigned short* text, unsigned int count)
 {
-    RequireText(text);
-    if (count == 0) {
-        return;
+    Impl::RequireText(text);
+    if (count != 0) {
+        AppendUnits(text, count);
     }
-    const UniString kept = PointsInside(text) ? *this : UniString();
-    AboutToInsert(count);
-    CopyUnits(buffer_->content + buffer_->length, text, count);
+}
+
+/// The units may lie in the string's own buffer, which a copy keeps then.
+void UniString::AppendUnits(const unsigned short* units, UInt32 count)
+{
+    if (PointsInside(units)) {
+        const UniString kept(*this);
+        AboutToInsert(count);
+        Impl::CopyUnits(buffer_->content + buffer_->length, units, count);
+    } else {
+        AboutToInsert(count);
+        Impl::CopyUnits(buffer_->content + buffer_->length, units, count);
+    }
     buffer_->length += count;
 }
 
 void UniString::AppendConverted(const char* text, UInt32 byteCount, QVCharCode code)
 {
-    const UInt32 units = CountUnits(text, byteCount, code);
+    const UInt32 units = Impl::CountUnits(text, byteCount, code);
     if (units != 0) {
         AboutToInsert(units);
         buffer_->length +=
@@ -313,22 +311,17 @@ void UniString::AppendToNewBuffer(UniChar c)
     buffer_->content[buffer_->length++] = c;
 }
 
-bool UniString::PointsInside(const unsigned short* text) const noexcept
+bool UniString::PointsInside(const void* pointer) const noexcept
 {
-    const auto address = reinterpret_cast<USize>(text);
+    const auto address = reinterpret_cast<USize>(pointer);
     const auto first = reinterpret_cast<USize>(buffer_ == nullptr ? nullptr : buffer_->content);
     return address >= first && address < first + USize{GetCapacity()} * sizeof(unsigned short);
 }
 
-bool UniString::HasEqualUnits(const UniString& other) const noexcept
+bool UniString::HaveEqualUnits(const UniString& a, const UniString& b)
 {
-    if (buffer_ == other.buffer_) {
-        return true;
-    }
-    const UInt32 length = GetLength();
-    return length == other.GetLength() &&
-           (length == 0 ||
-            std::memcmp(buffer_->content, other.buffer_->content, length * sizeof(unsigned short)) == 0);
+    return Impl::RequireReference(a).buffer_ == Impl::RequireReference(b).buffer_ ||
+           Impl::AreEqual(Impl::GetUnits(a), Impl::GetUnits(b));
 }
 
 /// Answers how many units the range really has.
@@ -336,21 +329,9 @@ UInt32 UniString::CheckRange(UInt32 start, UInt32 count) const
 {
     const UInt32 length = GetLength();
     if (start > length || (count != Npos && count > length - start)) {
-        QV_THROW(IllegalReferenceException, "UniString: range outside the string");
+        Impl::ThrowIllegalRange();
     }
     return count == Npos ? length - start : count;
-}
-
-UInt32 UniString::GenerateHashValue() const noexcept
-{
-    constexpr UInt32 multiplier = 65599;
-    const UInt32 length = GetLength();
-    const UInt32 step = length < 32 ? 1 : length >> 4;
-    UInt32 hash = 0;
-    for (UInt64 i = 0; i < length; i += step) {
-        hash = hash * multiplier + buffer_->content[i];
-    }
-    return hash;
 }
 
 } // namespace QV

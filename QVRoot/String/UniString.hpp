@@ -3,6 +3,8 @@
 ///     UniString name("caf\xC3\xA9", UTF8CharCode);
 ///     UniString copy = name;        // shares the buffer
 ///     copy.Append(UniChar('!'));    // now it has one of its own
+///     if (copy.GetPrefix(3) == "caf" && copy.FindFirst(u"\u00E9!") != UniString::Npos) …
+///     const UniString line = name + ": " + copy.ToUpperCase();   // one allocation for the whole
 ///
 /// Lengths, positions and counts are UTF-16 units, unsigned 32-bit; a count of 0xFFFFFFFF means: to the end.
 /// The text is not zero-terminated; `ToUStr` and `ToCStr` make it so.
@@ -18,12 +20,28 @@
 #include <QVRoot/String/UniChar.hpp>
 #include <QVRoot/Threading/Atomic.hpp>
 
+#include <concepts>
 #include <string_view>
 
 namespace QV {
 
+template <class T>
+class Array;
+
+namespace Impl {
+class Occurrences;
+}
+
+/// A plain character, as in a literal.
+template <class T>
+concept CharacterType = std::same_as<T, char> || std::same_as<T, char16_t>;
+
 class QV_EXPORT UniString : public Object {
 public:
+    class Concatenation;
+    class ConstSubstring;
+    class Substring;
+    class CodePoints;
     class CStr;
     class UStr;
     class PStr;
@@ -31,6 +49,7 @@ public:
 
     using CompareResult = UniChar::CompareResult;
     using CaseComparison = UniChar::CaseComparison;
+    enum EmptyPartProcessing { KeepEmptyParts = 0, DropEmptyParts = 1 };
 
     /// As a count: to the end. As a position: not found.
     static constexpr unsigned int Npos = 0xFFFFFFFF;
@@ -52,6 +71,11 @@ public:
     UniString(const char16_t* text);
     UniString(const char16_t* text, unsigned int count);
     explicit UniString(std::u16string_view text);
+    explicit UniString(std::u8string_view text);
+    UniString(const ConstSubstring& text);
+    UniString(const Substring& text);
+    /// Allocates once, for the whole text.
+    UniString(const Concatenation& text);
     ~UniString() override;
     /// @}
 
@@ -63,6 +87,7 @@ public:
         Swap(other);
         return *this;
     }
+    UniString& operator=(const Concatenation& text);
     void Swap(UniString& other) noexcept
     {
         SharedBuffer* const buffer = buffer_;
@@ -77,6 +102,7 @@ public:
     void Assign(const unsigned short* text, unsigned int count);
     void Assign(const char16_t* text) { Assign(AsUnits(text)); }
     void Assign(const char16_t* text, unsigned int count) { Assign(AsUnits(text), count); }
+    void Assign(std::u16string_view text) { UniString(text).Swap(*this); }
     void Assign(UniChar c);
     /// @}
 
@@ -102,12 +128,19 @@ public:
     /// @}
 
     /// @name Units
-    /// Positions are not checked.
+    /// Positions are not checked. Iterators end with the next change of the string.
     /// @{
     UniChar operator[](unsigned int position) const noexcept { return buffer_->content[position]; }
     inline UniCharRef operator[](unsigned int position) noexcept;
     UniChar GetChar(unsigned int position) const noexcept { return buffer_->content[position]; }
     void SetChar(unsigned int position, UniChar c);
+    const UniChar* begin() const& noexcept { return GetFirstUnit(); }
+    const UniChar* end() const& noexcept { return GetFirstUnit() + GetLength(); }
+    const UniChar* begin() const&& = delete;
+    const UniChar* end() const&& = delete;
+    /// For a loop over characters instead of units: `for (char32_t c : text.GetCodePoints())`.
+    CodePoints GetCodePoints() const& noexcept;
+    CodePoints GetCodePoints() const&& = delete;
     /// @}
 
     /// @name Appending
@@ -134,6 +167,7 @@ public:
     void Append(const unsigned short* text, unsigned int count);
     void Append(const char16_t* text) { Append(AsUnits(text)); }
     void Append(const char16_t* text, unsigned int count) { Append(AsUnits(text), count); }
+    void Append(std::u16string_view text);
 
     UniString& operator+=(const UniString& source)
     {
@@ -155,11 +189,216 @@ public:
         Append(text);
         return *this;
     }
+    UniString& operator+=(const char16_t* text)
+    {
+        Append(text);
+        return *this;
+    }
+    UniString& operator+=(std::u16string_view text)
+    {
+        Append(text);
+        return *this;
+    }
     UniString& operator+=(UniChar c)
     {
         Append(c);
         return *this;
     }
+    /// @}
+
+    /// @name Inserting and replacing a range
+    /// Positions up to the length are legal. Sources may be the string itself or point into it.
+    /// @{
+    void Insert(unsigned int position, const UniString& source, unsigned int start = 0,
+                unsigned int count = Npos);
+    void Insert(unsigned int position, UniChar c);
+    /// Puts the source in place of `count` units. A string that becomes shorter may give up idle capacity.
+    void SetSubstring(unsigned int position, unsigned int count, const UniString& source,
+                      unsigned int sourceStart = 0, unsigned int sourceCount = Npos);
+    void SetSubstring(unsigned int position, unsigned int count, const char* text,
+                      QVCharCode code = DefaultCharCode);
+    void SetSubstring(unsigned int position, unsigned int count, const char* text, unsigned int byteCount,
+                      QVCharCode code = DefaultCharCode);
+    void SetSubstring(unsigned int position, unsigned int count, const unsigned char* text,
+                      QVCharCode code = DefaultCharCode);
+    void SetSubstring(unsigned int position, unsigned int count, const unsigned short* text);
+    void SetSubstring(unsigned int position, unsigned int count, const unsigned short* text,
+                      unsigned int textCount);
+    void SetSubstring(unsigned int position, unsigned int count, const char16_t* text)
+    {
+        SetSubstring(position, count, AsUnits(text));
+    }
+    void SetSubstring(unsigned int position, unsigned int count, const char16_t* text, unsigned int textCount)
+    {
+        SetSubstring(position, count, AsUnits(text), textCount);
+    }
+    void SetSubstring(unsigned int position, unsigned int count, UniChar c);
+    /// Extends to a length; never shortens.
+    void Pad(unsigned int length, UniChar c);
+    /// Overwrites a range.
+    void Fill(UniChar c, unsigned int start = 0, unsigned int count = Npos);
+    /// @}
+
+    /// @name Deleting
+    /// What searches for something looks at the range only and answers the position, or `Npos`.
+    /// @{
+    void Delete(unsigned int position);
+    void Delete(unsigned int start, unsigned int count);
+    void DeleteFirst();
+    void DeleteLast();
+    unsigned int DeleteFirst(const UniString& pattern, unsigned int start = 0, unsigned int count = Npos);
+    unsigned int DeleteFirst(UniChar c, unsigned int start = 0, unsigned int count = Npos);
+    unsigned int DeleteLast(const UniString& pattern);
+    unsigned int DeleteLast(UniChar c);
+    /// Answers how many occurrences were deleted. An empty pattern deletes nothing.
+    unsigned int DeleteAll(const UniString& pattern, unsigned int start = 0, unsigned int count = Npos);
+    unsigned int DeleteAll(UniChar c, unsigned int start = 0, unsigned int count = Npos);
+    /// @}
+
+    /// @name Replacing what is found
+    /// `ReplaceAll` answers the number of occurrences, the others the position or `Npos`. An empty pattern
+    /// occurs before every unit of the range and behind the last one.
+    /// @{
+    unsigned int ReplaceFirst(const UniString& pattern, const UniString& replacement, unsigned int start = 0,
+                              unsigned int count = Npos);
+    unsigned int ReplaceFirst(UniChar c, UniChar replacement, unsigned int start = 0,
+                              unsigned int count = Npos);
+    unsigned int ReplaceLast(const UniString& pattern, const UniString& replacement);
+    unsigned int ReplaceLast(UniChar c, UniChar replacement);
+    /// From two occurrences on, one new buffer of just the final length.
+    unsigned int ReplaceAll(const UniString& pattern, const UniString& replacement, unsigned int start = 0,
+                            unsigned int count = Npos);
+    /// In place; the buffer becomes private even when nothing is found.
+    unsigned int ReplaceAll(UniChar c, UniChar replacement, unsigned int start = 0,
+                            unsigned int count = Npos);
+    /// @}
+
+    /// @name Searching
+    /// Units are compared exactly. A range may reach beyond the string: what is not there is not searched.
+    /// @{
+    /// An empty pattern is found at `start`, wherever that is.
+    unsigned int FindFirst(const UniString& pattern, unsigned int start = 0, unsigned int count = Npos) const;
+    unsigned int FindFirst(UniChar c, unsigned int start = 0, unsigned int count = Npos) const noexcept;
+    /// An empty pattern is found at the end.
+    unsigned int FindLast(const UniString& pattern) const;
+    unsigned int FindLast(UniChar c) const noexcept;
+    /// Calls `function` with the position of each occurrence. They may overlap.
+    template <class Function>
+    void Find(const UniString& pattern, Function&& function) const
+    {
+        ForEachOccurrence(pattern, function);
+    }
+    template <class Function>
+    void Find(UniChar c, Function&& function) const
+    {
+        ForEachOccurrence(c, function);
+    }
+    /// The first and last unit that is, or is not, one of the set's.
+    unsigned int FindFirstIn(const UniString& set, unsigned int start = 0, unsigned int count = Npos) const;
+    unsigned int FindFirstIn(const char* set, QVCharCode code = DefaultCharCode, unsigned int start = 0,
+                             unsigned int count = Npos) const;
+    unsigned int FindFirstNotIn(const UniString& set, unsigned int start = 0,
+                                unsigned int count = Npos) const;
+    unsigned int FindFirstNotIn(const char* set, QVCharCode code = DefaultCharCode, unsigned int start = 0,
+                                unsigned int count = Npos) const;
+    unsigned int FindLastIn(const UniString& set) const;
+    unsigned int FindLastIn(const char* set, QVCharCode code = DefaultCharCode) const;
+    unsigned int FindLastNotIn(const UniString& set) const;
+    unsigned int FindLastNotIn(const char* set, QVCharCode code = DefaultCharCode) const;
+    /// Every string contains, begins with and ends with the empty one.
+    bool Contains(const UniString& pattern, unsigned int start = 0, unsigned int count = Npos) const;
+    bool Contains(UniChar c, unsigned int start = 0, unsigned int count = Npos) const noexcept;
+    bool BeginsWith(const UniString& pattern) const;
+    bool BeginsWith(UniChar c) const noexcept;
+    bool EndsWith(const UniString& pattern) const;
+    bool EndsWith(UniChar c) const noexcept;
+    /// Occurrences that do not overlap. An empty pattern occurs once more often than the range has units.
+    unsigned int Count(const UniString& pattern, unsigned int start = 0, unsigned int count = Npos) const;
+    unsigned int Count(UniChar c, unsigned int start = 0, unsigned int count = Npos) const noexcept;
+    /// @}
+
+    /// @name Views of a range
+    /// Valid until the string is changed otherwise. Assigning to a `Substring` replaces its range.
+    /// @{
+    Substring operator()(unsigned int start, unsigned int count = Npos) &;
+    ConstSubstring operator()(unsigned int start, unsigned int count = Npos) const&;
+    Substring GetSubstring(unsigned int start, unsigned int count = Npos) &;
+    ConstSubstring GetSubstring(unsigned int start, unsigned int count = Npos) const&;
+    Substring GetPrefix(unsigned int count) &;
+    ConstSubstring GetPrefix(unsigned int count) const&;
+    Substring GetSuffix(unsigned int count) &;
+    ConstSubstring GetSuffix(unsigned int count) const&;
+    /// What stands between the first `opening` in the range and the next `closing`. Where one is missing, an
+    /// empty view at the end of the range.
+    Substring operator()(UniChar opening, UniChar closing, unsigned int start = 0,
+                         unsigned int count = Npos) &;
+    ConstSubstring operator()(UniChar opening, UniChar closing, unsigned int start = 0,
+                              unsigned int count = Npos) const&;
+    Substring GetSubstring(UniChar opening, UniChar closing, unsigned int start = 0,
+                           unsigned int count = Npos) &;
+    ConstSubstring GetSubstring(UniChar opening, UniChar closing, unsigned int start = 0,
+                                unsigned int count = Npos) const&;
+    /// So that two characters are not taken for two numbers.
+    template <CharacterType Character>
+    Substring operator()(Character opening, Character closing, unsigned int start = 0,
+                         unsigned int count = Npos) &;
+    template <CharacterType Character>
+    ConstSubstring operator()(Character opening, Character closing, unsigned int start = 0,
+                              unsigned int count = Npos) const&;
+    template <CharacterType Character>
+    Substring GetSubstring(Character opening, Character closing, unsigned int start = 0,
+                           unsigned int count = Npos) &;
+    template <CharacterType Character>
+    ConstSubstring GetSubstring(Character opening, Character closing, unsigned int start = 0,
+                                unsigned int count = Npos) const&;
+    /// A view of a temporary would dangle.
+    template <class... Arguments>
+    void operator()(Arguments...) const&& = delete;
+    template <class... Arguments>
+    void GetSubstring(Arguments...) const&& = delete;
+    void GetPrefix(unsigned int count) const&& = delete;
+    void GetSuffix(unsigned int count) const&& = delete;
+    /// @}
+
+    /// @name Order in the user's locale
+    /// `operator<` and its like go by `Compare` too; `==` compares units.
+    /// @{
+    CompareResult Compare(const UniString& other, CaseComparison rule = UniChar::CaseSensitive) const;
+    bool IsEqual(const UniString& other, CaseComparison rule = UniChar::CaseSensitive) const;
+    /// @}
+
+    /// @name Case, width, normal forms
+    /// Mapping a range may change its length, and always makes a new buffer.
+    /// @{
+    void SetToUpperCase(unsigned int start = 0, unsigned int count = Npos);
+    void SetToLowerCase(unsigned int start = 0, unsigned int count = Npos);
+    void SetToFullWidth(unsigned int start = 0, unsigned int count = Npos);
+    void SetToHalfWidth(unsigned int start = 0, unsigned int count = Npos);
+    UniString ToUpperCase(unsigned int start = 0, unsigned int count = Npos) const;
+    UniString ToLowerCase(unsigned int start = 0, unsigned int count = Npos) const;
+    /// Text that has no normal form, since it is no legal UTF-16, comes back unchanged.
+    UniString ToComposed() const;
+    UniString ToDecomposed() const;
+    UniString ToCompatibilityComposed() const;
+    UniString ToCompatibilityDecomposed() const;
+    bool IsASCII() const noexcept;
+    /// @}
+
+    /// @name Trimming and splitting
+    /// @{
+    /// Without a character, what `UniChar::IsWhiteSpace` names.
+    void TrimLeft();
+    void TrimLeft(UniChar c);
+    void TrimRight();
+    void TrimRight(UniChar c);
+    void Trim();
+    void Trim(UniChar c);
+    /// Puts the parts between the separators in place of what the array holds and answers how many there are.
+    /// A separator at the end makes an empty last part; the empty string has one part, an empty separator
+    /// makes none. Answers 0 for a null array.
+    unsigned int Split(const UniString& separator, Array<UniString>* parts) const;
+    /// The same with each unit of a set as separator. Unless empty parts are kept, they are left out.
+    unsigned int Split(const UniString& separators, EmptyPartProcessing rule, Array<UniString>* parts) const;
     /// @}
 
     /// @name Conversions out
@@ -183,10 +422,12 @@ public:
                 GetLength()};
     }
     std::u16string_view GetView() const&& = delete;
+    operator std::u16string_view() const& noexcept { return GetView(); }
+    operator std::u16string_view() const&& = delete;
     /// @}
 
-    /// Units compared exactly; for order in the user's locale see `UniChar::Compare`.
-    friend bool operator==(const UniString& a, const UniString& b) noexcept { return a.HasEqualUnits(b); }
+    /// Units compared exactly. For other kinds of text and for order see `UniStringComparison.hpp`.
+    friend bool operator==(const UniString& a, const UniString& b) { return HaveEqualUnits(a, b); }
 
     /// Takes about 16 units spread over a long string, so its cost does not grow with the length.
     UInt32 GenerateHashValue() const noexcept;
@@ -255,8 +496,37 @@ private:
     void Set(const char* text, UInt32 unitCount, UInt32 byteCount, QVCharCode code);
     void AppendConverted(const char* text, UInt32 byteCount, QVCharCode code);
     void AppendToNewBuffer(UniChar c);
-    bool PointsInside(const unsigned short* text) const noexcept;
-    bool HasEqualUnits(const UniString& other) const noexcept;
+    void AppendUnits(const unsigned short* units, UInt32 count);
+    bool PointsInside(const void* pointer) const noexcept;
+    static bool HaveEqualUnits(const UniString& a, const UniString& b);
+
+    const UniChar* GetFirstUnit() const noexcept
+    {
+        return reinterpret_cast<const UniChar*>(buffer_ == nullptr ? nullptr : buffer_->content);
+    }
+    unsigned short* OpenGap(UInt32 start, UInt32 count, UInt32 newCount);
+    void ReplaceUnits(UInt32 start, UInt32 count, const unsigned short* units, UInt32 newCount);
+    UInt32 RemoveAll(Impl::Occurrences& occurrences, UInt32 start, UInt32 width);
+    void InstallReplaced(Impl::Occurrences& occurrences, UInt32 number, UInt32 start, UInt32 width,
+                         const UniString& replacement);
+    UInt32 InsertEverywhere(const UniString& text, UInt32 start, UInt32 count);
+    template <class Target>
+    void MapRange(UInt32 start, UInt32 count, Target target,
+                  unsigned int (*measure)(const unsigned short*, unsigned int, Target),
+                  bool (*convert)(const unsigned short*, unsigned int, unsigned short*, unsigned int,
+                                  Target));
+    void GetEnclosed(UniChar opening, UniChar closing, UInt32& start, UInt32& count) const;
+    template <class Pattern, class Function>
+    void ForEachOccurrence(const Pattern& pattern, Function& function) const
+    {
+        for (UInt32 position = FindFirst(pattern); position != Npos;) {
+            function(static_cast<unsigned int>(position));
+            if (++position >= GetLength()) {
+                return;
+            }
+            position = FindFirst(pattern, position);
+        }
+    }
     bool TryWriteImage(OChannel& oc) const noexcept;
     bool TryReadImage(IChannel& ic);
     QVErrCode ReadUnits(IChannel& ic, UInt32 length);
@@ -270,120 +540,19 @@ static_assert(sizeof(UniString) == 16);
 /// The empty string, usable before `main`.
 QV_EXPORT extern const UniString& EmptyUniString;
 
-/// A zero-terminated 8-bit text, inline up to 255 bytes.
-class QV_EXPORT UniString::CStr {
-public:
-    /// Room for a text of the given length.
-    explicit CStr(unsigned int length);
-    /// Moves: a block is taken over, inline text copied.
-    CStr(CStr& other) noexcept;
-    CStr(CStr&& other) noexcept : CStr(other) {}
-    CStr& operator=(const CStr&) = delete;
-    ~CStr();
-
-    operator const char*() const& noexcept { return text_; }
-    operator const char*() const&& noexcept { return text_; }
-    const char* GetText() const noexcept { return text_; }
-    char* GetText() noexcept { return text_; }
-    /// Bytes without the terminator.
-    unsigned int GetLength() const noexcept { return length_; }
-
-private:
-    friend class UniString;
-
-    char* text_;
-    unsigned int length_;
-    char inline_[256];
-};
-
-/// A zero-terminated UTF-16 text, in a block of its own or in the string's buffer.
-class QV_EXPORT UniString::UStr {
-public:
-    UStr(unsigned short* text, bool owned) noexcept : text_(text), owned_(owned) {}
-    /// Moves.
-    UStr(UStr& other) noexcept : text_(other.text_), owned_(other.owned_)
-    {
-        other.text_ = nullptr;
-        other.owned_ = false;
-    }
-    UStr(UStr&& other) noexcept : UStr(other) {}
-    UStr& operator=(const UStr&) = delete;
-    ~UStr();
-
-    operator const unsigned short*() const noexcept { return text_; }
-    const unsigned short* GetText() const noexcept { return text_; }
-    bool IsOwned() const noexcept { return owned_; }
-
-private:
-    unsigned short* text_;
-    bool owned_;
-};
-
-/// A length byte and up to 255 bytes of text.
-class QV_EXPORT UniString::PStr {
-public:
-    operator const unsigned char*() const noexcept { return text_; }
-    unsigned int GetLength() const noexcept { return text_[0]; }
-
-private:
-    friend class UniString;
-
-    unsigned char text_[256] = {};
-};
-
-/// A writable unit of a string. Writing first makes the buffer private.
-class UniString::UniCharRef {
-public:
-    UniCharRef(UniString& string, unsigned int position) noexcept : string_(&string), position_(position) {}
-    UniCharRef(const UniCharRef&) = default;
-
-    UniCharRef& operator=(UniChar c)
-    {
-        string_->SetChar(position_, c);
-        return *this;
-    }
-    UniCharRef& operator=(unsigned short unit) { return *this = UniChar(unit); }
-    UniCharRef& operator=(char16_t unit) { return *this = UniChar(unit); }
-    UniCharRef& operator=(char c) { return *this = UniChar(c); }
-    UniCharRef& operator=(unsigned char c) { return *this = UniChar(c); }
-    UniCharRef& operator=(const UniCharRef& other) { return *this = other.GetChar(); }
-
-    UniChar GetChar() const noexcept { return string_->GetChar(position_); }
-    operator UniChar() const noexcept { return GetChar(); }
-    operator unsigned short() const noexcept { return GetChar(); }
-    operator char() const { return static_cast<char>(GetChar()); }
-    operator unsigned char() const { return static_cast<unsigned char>(GetChar()); }
-
-    friend bool operator==(const UniCharRef& a, UniChar b) noexcept { return a.GetChar() == b; }
-    friend bool operator==(const UniCharRef& a, const UniCharRef& b) noexcept
-    {
-        return a.GetChar() == b.GetChar();
-    }
-
-    bool IsASCII() const noexcept { return GetChar().IsASCII(); }
-    bool IsASCIIDigit() const noexcept { return GetChar().IsASCIIDigit(); }
-    bool IsASCIIHexaDigit() const noexcept { return GetChar().IsASCIIHexaDigit(); }
-    bool IsASCIILower() const noexcept { return GetChar().IsASCIILower(); }
-    bool IsASCIIUpper() const noexcept { return GetChar().IsASCIIUpper(); }
-    int GetASCIIDigitValue() const noexcept { return GetChar().GetASCIIDigitValue(); }
-    int GetASCIIHexaDigitValue() const noexcept { return GetChar().GetASCIIHexaDigitValue(); }
-    bool IsAlpha() const { return GetChar().IsAlpha(); }
-    bool IsAlphaNumeric() const { return GetChar().IsAlphaNumeric(); }
-    bool IsControl() const { return GetChar().IsControl(); }
-    bool IsDigit() const { return GetChar().IsDigit(); }
-    bool IsLower() const { return GetChar().IsLower(); }
-    bool IsPunctuation() const { return GetChar().IsPunctuation(); }
-    bool IsUpper() const { return GetChar().IsUpper(); }
-    bool IsWhiteSpace() const { return GetChar().IsWhiteSpace(); }
-
-private:
-    UniString* string_;
-    unsigned int position_;
-};
-
-inline UniString::UniCharRef UniString::operator[](unsigned int position) noexcept
-{
-    return UniCharRef(*this, position);
-}
+/// A string or a view of one.
+template <class T>
+concept UnitText = std::derived_from<T, UniString> || std::same_as<T, UniString::Substring> ||
+    std::same_as<T, UniString::ConstSubstring>;
 
 } // namespace QV
+
+#include <QVRoot/String/UniStringCharRef.hpp>
+#include <QVRoot/String/UniStringCodePoints.hpp>
+#include <QVRoot/String/UniStringResults.hpp>
+#include <QVRoot/String/UniStringSubstring.hpp>
+
+#include <QVRoot/String/UniStringComparison.hpp>
+#include <QVRoot/String/UniStringConcatenation.hpp>
+#include <QVRoot/String/UniStringLiterals.hpp>
+#include <QVRoot/String/UniStringStream.hpp>
