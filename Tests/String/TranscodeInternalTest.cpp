@@ -1,6 +1,6 @@
 // Every set of kernels that this processor has, against the reference.
-#include <QVRoot/MemoryManagement/Core/VirtualMemoryImpl.hpp>
 #include <QVRoot/String/Transcode/TranscodeImpl.hpp>
+#include "Tests/Support/GuardedArray.hpp"
 
 #include <gtest/gtest.h>
 
@@ -12,33 +12,7 @@
 namespace QV::Impl {
 namespace {
 
-/// Memory whose both ends touch inaccessible pages.
-template <class Unit>
-class GuardedArray {
-public:
-    explicit GuardedArray(USize units)
-    {
-        const USize page = VirtualMemory::GetPageSize();
-        const USize inside = (units * sizeof(Unit) + page - 1) / page * page;
-        size_ = inside + 2 * page;
-        memory_ = static_cast<char*>(VirtualMemory::Reserve(size_));
-        EXPECT_TRUE(VirtualMemory::Commit(memory_, size_));
-        EXPECT_TRUE(VirtualMemory::Protect(memory_, page));
-        EXPECT_TRUE(VirtualMemory::Protect(memory_ + page + inside, page));
-        begin_ = reinterpret_cast<Unit*>(memory_ + page);
-        end_ = reinterpret_cast<Unit*>(memory_ + page + inside);
-    }
-    ~GuardedArray() { VirtualMemory::Release(memory_, size_); }
-
-    Unit* GetBegin() const { return begin_; }
-    Unit* GetEnd() const { return end_; }
-
-private:
-    char* memory_;
-    USize size_;
-    Unit* begin_;
-    Unit* end_;
-};
+using Testing::GuardedArray;
 
 constexpr USize maxUnits = 20000;
 
