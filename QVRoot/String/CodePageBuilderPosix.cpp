@@ -56,6 +56,10 @@ bool BuildSingleBytes(UInt32 page, SingleByteEncoding& encoding)
     }
     AddBestFits(encoding, GetSharedBestFits());
     AddBestFits(encoding, GetBestFits(page));
+    for (UInt32 unit = 0; unit < 0x10000; ++unit) {
+        const UInt8 byte = encoding.bytes[unit];
+        encoding.exact[unit] = units[byte] == unit ? byte : UInt8(0);
+    }
     return true;
 }
 
@@ -171,8 +175,10 @@ bool BuildDoubleBytes(const DoubleByteKind& kind, DoubleBytePage& table)
     for (const UInt32 fit : GetBestFits(kind.page)) {
         table.codes[fit >> 16] = static_cast<UInt16>(fit);
     }
-    for (UInt16& code : table.codes) {
+    for (UInt32 unit = 0; unit < 0x10000; ++unit) {
+        UInt16& code = table.codes[unit];
         code = code == unencoded ? '?' : code;
+        table.exact[unit] = table.Decode(code) == unit ? code : UInt16(0);
     }
     return true;
 }

@@ -1,4 +1,5 @@
 #include <QVRoot/String/CodePageTablesImpl.hpp>
+#include <QVRoot/String/CodePages/CodePageKernelsImpl.hpp>
 #include <QVRoot/String/PlatformTextImpl.hpp>
 
 #include <cstring>
@@ -38,9 +39,7 @@ int DecodeSingleBytes(const UInt16* table, const char* text, int length, UInt16*
         return 0;
     }
     if (resultLength != 0) {
-        for (USize i = 0; i < count; ++i) {
-            result[i] = table[static_cast<UInt8>(text[i])];
-        }
+        GetCodePageKernels().decode(table, reinterpret_cast<const UInt8*>(text), count, result);
     }
     return static_cast<int>(count);
 }

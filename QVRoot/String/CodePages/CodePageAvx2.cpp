@@ -1,0 +1,156 @@
+#include <QVRoot/String/CodePages/CodePageKernelsImpl.hpp>
+
+#include <immintrin.h>
+
+namespace QV::Impl {
+
+namespace {
+
+using Vector = __m256i;
+
+constexpr USize block = 32;
+
+inline Vector Load(const void* address)
+{
+    return _mm256_loadu_si256(static_cast<const Vector*>(address));
+}
+
+inline void Store(void* address, Vector vector)
+{
+    _mm256_storeu_si256(static_cast<Vector*>(address), vector);
+}
+
+/// 32 bytes in an order in which unpacking puts them right.
+inline Vector Spread(Vector bytes)
+{
+    return _mm256_permute4x64_epi64(bytes, 0xD8);
+}
+
+/// Units from their low and high bytes, both spread.
+inline void StoreUnits(UInt16* target, Vector low, Vector high)
+{
+    Store(target, _mm256_unpacklo_epi8(low, high));
+    Store(target + 16, _mm256_unpackhi_epi8(low, high));
+}
+
+/// The upper half of a table of units in rows of 16, low and high bytes apart, each row in both halves of its
+/// register.
+struct UnitTable {
+    Vector low[8];
+    Vector high[8];
+
+    explicit UnitTable(const UInt16* table)
+    {
+        const Vector bytes = _mm256_set1_epi16(0xFF);
+        for (USize row = 0; row < 8; ++row) {
+            const Vector units = Load(table + 128 + row * 16);
+            const Vector parted = _mm256_permute4x64_epi64(
+                _mm256_packus_epi16(_mm256_and_si256(units, bytes), _mm256_srli_epi16(units, 8)), 0xD8);
+            low[row] = _mm256_permute4x64_epi64(parted, 0x44);
+            high[row] = _mm256_permute4x64_epi64(parted, 0xEE);
+        }
+    }
+};
+
+inline void DecodeBlock(const UnitTable& table, Vector spread, UInt16* target)
+{
+    Vector low = _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), spread), spread);
+    Vector high = _mm256_setzero_si256();
+    for (int row = 0; row < 8; ++row) {
+        // Bytes of the row keep their place in it below 0x80; the others saturate, and find 0.
+        const Vector offset = _mm256_sub_epi8(spread, _mm256_set1_epi8(static_cast<char>(0x80 + row * 16)));
+        const Vector index = _mm256_adds_epu8(offset, _mm256_set1_epi8(0x70));
+        low = _mm256_or_si256(low, _mm256_shuffle_epi8(table.low[row], index));
+        high = _mm256_or_si256(high, _mm256_shuffle_epi8(table.high[row], index));
+    }
+    StoreUnits(target, low, high);
+}
+
+void Decode(const UInt16* table, const UInt8* source, USize length, UInt16* target)
+{
+    USize i = 0;
+    if (length >= 2 * block) {
+        const UnitTable units(table);
+        for (; i + block <= length; i += block) {
+            const Vector spread = Spread(Load(source + i));
+            if (_mm256_movemask_epi8(spread) == 0) {
+                StoreUnits(target + i, spread, _mm256_setzero_si256());
+            } else {
+                DecodeBlock(units, spread, target + i);
+            }
+        }
+    }
+    for (; i < length; ++i) {
+        target[i] = table[source[i]];
+    }
+}
+
+inline bool IsAscii(Vector first, Vector second)
+{
+    return _mm256_testz_si256(_mm256_or_si256(first, second),
+                              _mm256_set1_epi16(static_cast<short>(0xFF80))) != 0;
+}
+
+inline void StoreNarrow(UInt8* target, Vector first, Vector second)
+{
+    Store(target, Spread(_mm256_packus_epi16(first, second)));
+}
+
+bool Encode(const UInt8* table, const UInt16* source, USize length, UInt8* target)
+{
+    bool complete = true;
+    for (USize i = 0; i < length;) {
+        USize stop = length;
+        if (length - i >= block) {
+            const Vector first = Load(source + i);
+            const Vector second = Load(source + i + 16);
+            if (IsAscii(first, second)) {
+                StoreNarrow(target + i, first, second);
+                i += block;
+                continue;
+            }
+            stop = i + block;
+        }
+        for (; i < stop; ++i) {
+            target[i] = table[source[i]];
+            complete &= (target[i] != 0) | (source[i] == 0);
+        }
+        if (!complete) {
+            return false;
+        }
+    }
+    return true;
+}
+
+USize WidenRun(const UInt8* source, USize length, UInt16* target)
+{
+    USize i = 0;
+    for (; i + block <= length; i += block) {
+        const Vector spread = Spread(Load(source + i));
+        if (_mm256_movemask_epi8(spread) != 0) {
+            break;
+        }
+        StoreUnits(target + i, spread, _mm256_setzero_si256());
+    }
+    return i;
+}
+
+USize NarrowRun(const UInt16* source, USize length, UInt8* target)
+{
+    USize i = 0;
+    for (; i + block <= length; i += block) {
+        const Vector first = Load(source + i);
+        const Vector second = Load(source + i + 16);
+        if (!IsAscii(first, second)) {
+            break;
+        }
+        StoreNarrow(target + i, first, second);
+    }
+    return i;
+}
+
+} // namespace
+
+constinit const CodePageKernels codePageAvx2 = {"Avx2", Decode, Encode, WidenRun, NarrowRun};
+
+} // namespace QV::Impl

@@ -1,0 +1,96 @@
+#include <QVRoot/String/CodePages/CodePageKernelsImpl.hpp>
+
+#include <cstring>
+
+namespace QV::Impl {
+
+void ReferenceDecodeSingles(const UInt16* table, const UInt8* source, USize length, UInt16* target)
+{
+    for (USize i = 0; i < length; ++i) {
+        target[i] = table[source[i]];
+    }
+}
+
+bool ReferenceEncodeSingles(const UInt8* table, const UInt16* source, USize length, UInt8* target)
+{
+    bool complete = true;
+    for (USize i = 0; i < length; ++i) {
+        target[i] = table[source[i]];
+        complete &= target[i] != 0 || source[i] == 0;
+    }
+    return complete;
+}
+
+namespace {
+
+constexpr UInt64 highBits8 = 0x8080808080808080;
+constexpr UInt64 nonAscii16 = 0xFF80FF80FF80FF80;
+
+UInt64 Load64(const void* address)
+{
+    UInt64 value;
+    std::memcpy(&value, address, sizeof(value));
+    return value;
+}
+
+bool IsAscii(const UInt8* source)
+{
+    return (Load64(source) & highBits8) == 0;
+}
+
+bool IsAscii(const UInt16* source)
+{
+    return ((Load64(source) | Load64(source + 4)) & nonAscii16) == 0;
+}
+
+/// Eight characters, of which the vector unit makes one.
+template <class Source, class Target>
+void Copy8(const Source* source, Target* target)
+{
+    for (USize i = 0; i < 8; ++i) {
+        target[i] = static_cast<Target>(source[i]);
+    }
+}
+
+template <class Source, class Target>
+USize CopyRun(const Source* source, USize length, Target* target)
+{
+    USize i = 0;
+    for (; i + 8 <= length && IsAscii(source + i); i += 8) {
+        Copy8(source + i, target + i);
+    }
+    return i;
+}
+
+void Decode(const UInt16* table, const UInt8* source, USize length, UInt16* target)
+{
+    USize i = 0;
+    for (; i + 8 <= length; i += 8) {
+        if (IsAscii(source + i)) {
+            Copy8(source + i, target + i);
+        } else {
+            ReferenceDecodeSingles(table, source + i, 8, target + i);
+        }
+    }
+    ReferenceDecodeSingles(table, source + i, length - i, target + i);
+}
+
+bool Encode(const UInt8* table, const UInt16* source, USize length, UInt8* target)
+{
+    USize i = 0;
+    for (; i + 8 <= length; i += 8) {
+        if (IsAscii(source + i)) {
+            Copy8(source + i, target + i);
+        } else if (!ReferenceEncodeSingles(table, source + i, 8, target + i)) {
+            return false;
+        }
+    }
+    return ReferenceEncodeSingles(table, source + i, length - i, target + i);
+}
+
+} // namespace
+
+constinit const CodePageKernels codePagePortable = {"Portable", Decode, Encode, CopyRun<UInt8, UInt16>,
+                                                    CopyRun<UInt16, UInt8>};
+
+} // namespace QV::Impl
