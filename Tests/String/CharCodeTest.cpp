@@ -1,3 +1,5 @@
+#include "Tests/String/CodePageDigests.hpp"
+
 #include <QVRoot/String/CharCode.hpp>
 
 #include <gtest/gtest.h>
@@ -49,110 +51,19 @@ std::string Encode(std::u16string_view units, QVCharCode code, bool lossy)
     return bytes;
 }
 
-/// A digest of answers: FNV-1a over 16-bit numbers.
-class Digest {
-public:
-    void Add(UInt32 value)
-    {
-        for (int shift = 0; shift < 16; shift += 8) {
-            value_ = (value_ ^ (value >> shift & 0xFF)) * 0x100000001B3;
-        }
-    }
-    template <class Text>
-    void AddText(const Text& text)
-    {
-        Add(static_cast<UInt32>(text.size()));
-        for (const auto c : text) {
-            Add(static_cast<UInt32>(c));
-        }
-    }
-    UInt64 Get() const { return value_; }
-
-private:
-    UInt64 value_ = 0xCBF29CE484222325;
-};
-
-class Random {
-public:
-    UInt32 Next(UInt32 bound)
-    {
-        state_ = state_ * 6364136223846793005 + 1442695040888963407;
-        return static_cast<UInt32>(state_ >> 33) % bound;
-    }
-
-private:
-    UInt64 state_ = 1;
-};
-
-/// Every byte alone, every pair of bytes, and texts in which leads meet zeros and ends.
-UInt64 DigestDecoding(QVCharCode code)
-{
-    Digest digest;
-    for (UInt32 pair = 0; pair < 0x10000; ++pair) {
-        const char bytes[2] = {static_cast<char>(pair >> 8), static_cast<char>(pair)};
-        digest.AddText(Decode({bytes, pair < 0x100 ? 1U : 2U}, code));
-    }
-    Random random;
-    for (int round = 0; round < 2000; ++round) {
-        std::string text(random.Next(12) + 1, 0);
-        for (char& c : text) {
-            c = static_cast<char>(random.Next(4) == 0 ? random.Next(0x50) : 0x80 + random.Next(0x80));
-        }
-        digest.AddText(Decode(text, code));
-    }
-    return digest.Get();
-}
-
-/// Every unit alone, and texts with whole and broken surrogate pairs.
-UInt64 DigestEncoding(QVCharCode code, bool lossy)
-{
-    Digest digest;
-    for (UInt32 unit = 0; unit < 0x10000; ++unit) {
-        const char16_t text = static_cast<char16_t>(unit);
-        digest.AddText(Encode({&text, 1}, code, lossy));
-    }
-    Random random;
-    for (int round = 0; round < 2000; ++round) {
-        Units text(random.Next(12) + 1, 0);
-        for (char16_t& unit : text) {
-            unit =
-                static_cast<char16_t>(random.Next(8) == 0 ? 0xD800 + random.Next(0x800) : random.Next(0x500));
-        }
-        digest.AddText(Encode(text, code, lossy));
-    }
-    return digest.Get();
-}
-
-struct PageDigests {
-    QVCharCode code;
-    UInt64 decoding;
-    UInt64 lossy;
-    UInt64 exact;
-};
-
-// The answers of Windows, down to best fits, default characters and bytes that mean nothing.
-const PageDigests pageDigests[] = {
-    {WesternCharCode, 0x4B8EE37314759A40, 0xF84BD82BF9070010, 0x2F16348F5B0E38F4},
-    {CentralEuropeanCharCode, 0x16891B3612E2022F, 0x88F2AB7B3495886A, 0x246F7FBC4CA2545A},
-    {BalticCharCode, 0xA43A3638620E13A9, 0xE73E95C18272BE66, 0xC3A791E1E291201B},
-    {CyrillicCharCode, 0x16119A7DB3EC74D9, 0x0FE14C9393C22753, 0xF57C19E70D56F2FC},
-    {GreekCharCode, 0xA26C21FA8F732B74, 0x75C8541C77DEE59D, 0x2178FDEA5CB907FE},
-    {TurkishCharCode, 0xBC9F7C6134D0FD7F, 0xE7CCDA51367F2A0D, 0xDE1D5E3A84B10BD8},
-    {HebrewCharCode, 0xAED29B91EB25EF42, 0x40B48AF485EA2C83, 0x932D69C3F8ABD74D},
-    {ArabicCharCode, 0x91A5E6F7514F854C, 0xAD8EA0E9116C4F0A, 0xE81CDBA36EFDD0D3},
-    {ThaiCharCode, 0x1757B9564867471B, 0xCD81FAAB41A00AE6, 0xE75DD3058E2E4388},
-    {JapaneseCharCode, 0x6D840AA521C88D29, 0x0C1A2A30F8295773, 0x1473A7751B1FF4A2},
-    {TraditionalChineseCharCode, 0x50A920BD3E202906, 0x962E474C30361589, 0x15F74520F78A2AEA},
-    {SimplifiedChineseCharCode, 0x7D71954F0AD53C9D, 0xA87454302431ED7F, 0xA5F746986B2A6217},
-    {KoreanCharCode, 0x22FDAC2BC47F513F, 0x9809E896EBB1509E, 0x5E27A8E9F28041E1},
-};
-
 TEST(CharCode, CodePagesAnswerAsWindowsDoes)
 {
-    for (const PageDigests& page : pageDigests) {
-        EXPECT_EQ(DigestDecoding(page.code), page.decoding) << page.code;
-        EXPECT_EQ(DigestEncoding(page.code, true), page.lossy) << page.code;
-        EXPECT_EQ(DigestEncoding(page.code, false), page.exact) << page.code;
+    for (const Testing::CodePageDigests& expected : Testing::codePageDigests) {
+        const QVCharCode code = CHGetCharCode(expected.page);
+        const Testing::CodePageDigests digests = Testing::DigestCodePage(
+            expected.page, [code](std::string_view bytes) { return Decode(bytes, code); },
+            [code](std::u16string_view units) { return Encode(units, code, true); },
+            [code](std::u16string_view units) { return Encode(units, code, false); });
+        EXPECT_EQ(digests.decoding, expected.decoding) << expected.page;
+        EXPECT_EQ(digests.lossy, expected.lossy) << expected.page;
+        EXPECT_EQ(digests.exact, expected.exact) << expected.page;
+        EXPECT_EQ(digests.exactUnits, expected.exactUnits) << expected.page;
+        EXPECT_EQ(digests.bestFits, expected.bestFits) << expected.page;
     }
 }
 

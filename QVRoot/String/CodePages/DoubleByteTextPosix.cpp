@@ -42,10 +42,15 @@ UInt16* DecodeSlice(const DoubleBytePage& page, const UInt8*& source, const UInt
     while (position < stop) {
         const UInt8 byte = *position;
         if (page.isLead[byte]) {
-            // A lead byte does not swallow a zero, for which the table has what is undefined.
             const UInt8 trail = position[1];
+            if (trail == 0) [[unlikely]] {
+                // A lead byte does not swallow a zero. A branch, lest the next position waits for this byte.
+                *target++ = page.undefined;
+                ++position;
+                continue;
+            }
             *target++ = page.DecodePair(byte, trail);
-            position += trail == 0 ? 1 : 2;
+            position += 2;
             continue;
         }
         *target++ = page.singles[byte];
