@@ -41,6 +41,21 @@ int ToUnits(UInt32 codePoint, UInt16 (&units)[2])
     return 2;
 }
 
+/// The counterpart of a code point; the code point itself when there is none.
+UInt32 MapCodePoint(TextMapping mapping, UInt32 codePoint)
+{
+    if (codePoint < 0x80) {
+        return static_cast<UInt8>(MapAsciiCase(mapping, static_cast<char>(codePoint)));
+    }
+    UInt16 units[2];
+    UInt16 mapped[2];
+    const int count = ToUnits(codePoint, units);
+    if (count == 0 || MapText(mapping, units, count, mapped, 2) != count) {
+        return codePoint;
+    }
+    return count == 1 ? mapped[0] : ((mapped[0] - 0xD7C0U) << 10) + (mapped[1] - 0xDC00U);
+}
+
 /// The case of a single-byte page, byte by byte.
 struct CaseTable {
     UInt8 bytes[0x100];
@@ -70,17 +85,15 @@ const CaseTable& GetCaseTable(TextMapping mapping, UInt32 page, Map map)
 } // namespace
 
 CharPage::CharPage(QVCharCode code) noexcept
+    : code_(ResolveCharCode(code == UTF16CharCode ? DefaultCharCode : code))
 {
-    code = ResolveCharCode(code == UTF16CharCode ? DefaultCharCode : code);
-    page_ = CHGetCodePage(code);
-    form_ = code == UTF8CharCode                                           ? Form::Utf8
-            : page_ == 932 || page_ == 936 || page_ == 949 || page_ == 950 ? Form::DoubleByte
-                                                                           : Form::SingleByte;
+    const bool isDouble = code_ >= JapaneseCharCode && code_ <= KoreanCharCode;
+    form_ = code_ == UTF8CharCode ? Form::Utf8 : isDouble ? Form::DoubleByte : Form::SingleByte;
 }
 
 bool CharPage::IsLead(UInt8 byte) const noexcept
 {
-    if (page_ == 932) {
+    if (code_ == JapaneseCharCode) {
         return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
     }
     return byte >= 0x81 && byte <= 0xFE;
@@ -160,7 +173,7 @@ UInt32 CharPage::Decode(const char* text, int bytes) const noexcept
     }
     if (form_ != Form::Utf8) {
         UInt16 units[2];
-        return DecodeCodePage(page_, text, bytes, units, 2) == 1 ? units[0] : noCharacter;
+        return DecodeCodePage(GetPage(), text, bytes, units, 2) == 1 ? units[0] : noCharacter;
     }
     if (GetContinuations(*text) != bytes - 1 || !Unicode::IsLegalUTF8(text, bytes)) {
         return noCharacter;
@@ -183,27 +196,19 @@ int CharPage::Encode(UInt32 codePoint, char* result) const noexcept
     if (form_ == Form::Utf8) {
         return std::max(Unicode::UTF16ToUTF8(units, count, result, maxCharBytes, true), 0);
     }
-    return EncodeCodePage(page_, units, count, result, maxCharBytes, false);
+    return EncodeCodePage(GetPage(), units, count, result, maxCharBytes, false);
 }
 
 int CharPage::MapAnyCase(TextMapping mapping, const char* text, int bytes, char* result) const noexcept
 {
     const UInt32 codePoint = Decode(text, bytes);
-    UInt16 units[2];
-    UInt16 mapped[2];
-    const int count = ToUnits(codePoint, units);
-    // A code that only stands in for a character is not the character.
-    char same[maxCharBytes];
-    const bool isProper =
-        count > 0 && Encode(codePoint, same) == bytes && std::equal(same, same + bytes, text);
-    if (isProper && MapText(mapping, units, count, mapped, 2) == count) {
-        const UInt32 counterpart =
-            count == 1 ? mapped[0] : ((mapped[0] - 0xD7C0U) << 10) + (mapped[1] - 0xDC00U);
-        if (counterpart == codePoint) {
-            std::memcpy(result, text, static_cast<USize>(bytes));
-            return bytes;
-        }
-        if (const int size = Encode(counterpart, result)) {
+    const UInt32 counterpart = MapCodePoint(mapping, codePoint);
+    if (counterpart != codePoint) {
+        // A code that only stands in for a character is not the character.
+        char same[maxCharBytes];
+        const bool isProper = Encode(codePoint, same) == bytes && std::equal(same, same + bytes, text);
+        const int size = isProper ? Encode(counterpart, result) : 0;
+        if (size > 0) {
             return size;
         }
     }
@@ -217,8 +222,9 @@ int CharPage::MapCase(TextMapping mapping, const char* text, int bytes, char* re
         *result = MapAsciiCase(mapping, *text);
         return 1;
     }
-    if (form_ == Form::SingleByte && FindSingleByteTable(page_) != nullptr) {
-        const CaseTable& table = GetCaseTable(mapping, page_, [this, mapping](char byte) {
+    const UInt32 page = form_ == Form::SingleByte ? GetPage() : 0;
+    if (FindSingleByteTable(page) != nullptr) {
+        const CaseTable& table = GetCaseTable(mapping, page, [this, mapping](char byte) {
             char mapped[maxCharBytes];
             const bool one = MapAnyCase(mapping, &byte, 1, mapped) == 1;
             return static_cast<UInt8>(one ? mapped[0] : byte);
@@ -227,6 +233,23 @@ int CharPage::MapCase(TextMapping mapping, const char* text, int bytes, char* re
         return 1;
     }
     return MapAnyCase(mapping, text, bytes, result);
+}
+
+UInt32 CharPage::Fold(TextMapping mapping, const char* text, int bytes) const noexcept
+{
+    if (form_ == Form::Utf8) {
+        const UInt32 codePoint = Decode(text, bytes);
+        if (codePoint != noCharacter) {
+            return MapCodePoint(mapping, codePoint);
+        }
+    }
+    char folded[maxCharBytes] = {};
+    MapCase(mapping, text, bytes, folded);
+    UInt32 number = 0;
+    for (const char byte : folded) {
+        number = number << 8 | static_cast<UInt8>(byte);
+    }
+    return number;
 }
 
 USize CharPage::DecodeUtf8Run(const char*& text, const char* end, UInt16* units, USize room) const noexcept
@@ -260,7 +283,7 @@ USize CharPage::DecodeRun(const char*& text, const char* end, UInt16* units, USi
     // No page makes more units than bytes.
     const USize bytes = Fit(text, static_cast<USize>(end - text), std::min<USize>(room, 0x40000000));
     const int length = static_cast<int>(bytes);
-    const int decoded = length == 0 ? 0 : DecodeCodePage(page_, text, length, units, length);
+    const int decoded = length == 0 ? 0 : DecodeCodePage(GetPage(), text, length, units, length);
     text += bytes;
     if (decoded > 0 || length == 0) {
         return static_cast<USize>(decoded);

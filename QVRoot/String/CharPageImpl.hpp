@@ -21,7 +21,7 @@ public:
     explicit CharPage(QVCharCode code) noexcept;
 
     /// The operating system's number; 0 is its own page. Not for UTF-8.
-    UInt32 GetPage() const noexcept { return page_; }
+    UInt32 GetPage() const noexcept { return CHGetCodePage(code_); }
     bool IsUtf8() const noexcept { return form_ == Form::Utf8; }
     bool IsSingleByte() const noexcept { return form_ == Form::SingleByte; }
 
@@ -52,6 +52,10 @@ public:
     /// character itself when the page does not have it.
     int MapCase(TextMapping mapping, const char* text, int bytes, char* result) const noexcept;
 
+    /// A number for a character, the same for its counterparts in other case by the mapping. Ascending with
+    /// the bytes of the mapped character.
+    UInt32 Fold(TextMapping mapping, const char* text, int bytes) const noexcept;
+
     /// As many characters of [text, end) as give at most `room` units, which is at least 2: moves `text`
     /// behind them and answers the units. What is not legal becomes U+FFFD.
     USize DecodeRun(const char*& text, const char* end, UInt16* units, USize room) const noexcept;
@@ -65,7 +69,7 @@ private:
     int MapAnyCase(TextMapping mapping, const char* text, int bytes, char* result) const noexcept;
 
     Form form_;
-    UInt32 page_;
+    QVCharCode code_; ///< one that stands for itself
 };
 
 /// The same mapping for ASCII.

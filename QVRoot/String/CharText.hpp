@@ -92,7 +92,7 @@ QV_EXPORT int CHCompareASCII(const char* text1, const char* text2,
                              CaseType caseType = CaseSensitiveType) noexcept;
 
 /// Compares the upper-case forms byte by byte, on both targets the way Windows tells file names apart. No
-/// locale, and no rule for separators.
+/// locale, and no rule for separators. What is not legal UTF-8 comes last.
 QV_EXPORT int CHCompareFileNames(const char* name1, const char* name2,
                                  QVCharCode code = DefaultCharCode) noexcept;
 

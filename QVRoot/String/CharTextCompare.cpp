@@ -88,19 +88,6 @@ USize GetLength(const char* text, int length)
     return length < 0 ? std::strlen(text) : static_cast<USize>(length);
 }
 
-/// A character as a number, and another of the same letter in another case as the same number. Numbers are in
-/// the order of the bytes.
-UInt32 Fold(const CharPage& page, Impl::TextMapping mapping, const char* text, int bytes)
-{
-    char folded[Impl::maxCharBytes];
-    const int size = page.MapCase(mapping, text, bytes, folded);
-    UInt32 number = 0;
-    for (int i = 0; i < Impl::maxCharBytes; ++i) {
-        number = number << 8 | (i < size ? static_cast<UInt8>(folded[i]) : 0);
-    }
-    return number;
-}
-
 } // namespace
 
 int CHCompareTexts(const char* text1, const char* text2, CaseType caseType, QVCharCode code) noexcept
@@ -143,8 +130,8 @@ int CompareNames(const CharPage& page, const char* name1, const char* end1, cons
     while (name1 != end1 && name2 != end2) {
         const int bytes1 = page.GetBytes(name1, static_cast<USize>(end1 - name1));
         const int bytes2 = page.GetBytes(name2, static_cast<USize>(end2 - name2));
-        const UInt32 number1 = Fold(page, Impl::TextMapping::UpperCase, name1, bytes1);
-        const UInt32 number2 = Fold(page, Impl::TextMapping::UpperCase, name2, bytes2);
+        const UInt32 number1 = page.Fold(Impl::TextMapping::UpperCase, name1, bytes1);
+        const UInt32 number2 = page.Fold(Impl::TextMapping::UpperCase, name2, bytes2);
         if (number1 != number2) {
             return number1 < number2 ? -1 : 1;
         }
@@ -216,15 +203,15 @@ const char* SearchBytes(const CharPage& page, const char* text, const char* part
     return found;
 }
 
-/// Whether the text goes on with the characters of the part.
-template <class Match>
-bool BeginsWith(const CharPage& page, const char* text, const char* part, Match match)
+/// Whether the text goes on with the characters of the part; `key` gives a number for each.
+template <class Key>
+bool BeginsWith(const CharPage& page, const char* text, const char* part, Key key)
 {
     while (*part != 0) {
         const int partBytes = page.GetBytes(part);
         const int textBytes = page.GetBytes(text);
-        if (*text == 0 || !match(text, textBytes, part, partBytes)) {
-            return false;
+        if (key(text, textBytes) != key(part, partBytes)) {
+            return false; // also at the end of the text
         }
         text += textBytes;
         part += partBytes;
@@ -232,13 +219,17 @@ bool BeginsWith(const CharPage& page, const char* text, const char* part, Match 
     return true;
 }
 
-template <class Match>
-const char* SearchCharacters(const CharPage& page, const char* text, const char* part, Match match)
+template <class Key>
+const char* SearchCharacters(const CharPage& page, const char* text, const char* part, Key key)
 {
-    for (; *text != 0; text += page.GetBytes(text)) {
-        if (BeginsWith(page, text, part, match)) {
+    const int partBytes = page.GetBytes(part);
+    const UInt32 first = key(part, partBytes);
+    while (*text != 0) {
+        const int bytes = page.GetBytes(text);
+        if (key(text, bytes) == first && BeginsWith(page, text + bytes, part + partBytes, key)) {
             return text;
         }
+        text += bytes;
     }
     return nullptr;
 }
@@ -255,13 +246,13 @@ const char* CHSearchSubstring(const char* text, const char* part, CaseType caseT
         return SearchBytes(page, text, part);
     }
     if (caseType != CaseInsensitiveType) {
-        return SearchCharacters(page, text, part, [](const char* a, int size1, const char* b, int size2) {
-            return size1 == size2 && std::memcmp(a, b, static_cast<USize>(size1)) == 0;
+        return SearchCharacters(page, text, part, [](const char* character, int bytes) {
+            const UInt32 first = static_cast<UInt8>(*character);
+            return bytes == 1 ? first : first << 8 | static_cast<UInt8>(character[1]); // no page has more
         });
     }
-    return SearchCharacters(page, text, part, [&page](const char* a, int size1, const char* b, int size2) {
-        constexpr auto lower = Impl::TextMapping::LowerCase;
-        return Fold(page, lower, a, size1) == Fold(page, lower, b, size2);
+    return SearchCharacters(page, text, part, [&page](const char* character, int bytes) {
+        return page.Fold(Impl::TextMapping::LowerCase, character, bytes);
     });
 }
 

@@ -52,17 +52,28 @@ struct UnitTable {
     }
 };
 
-inline void DecodeBlock(const UnitTable& table, Vector spread, UInt16* target)
+/// Adds the units of four rows from `row` on.
+inline void AddRows(const UnitTable& table, int row, Vector spread, Vector& low, Vector& high)
 {
-    Vector low = _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), spread), spread);
-    Vector high = _mm256_setzero_si256();
-    for (int row = 0; row < 8; ++row) {
+    for (const int end = row + 4; row < end; ++row) {
         // Bytes of the row keep their place in it below 0x80; the others saturate, and find 0.
         const Vector offset = _mm256_sub_epi8(spread, _mm256_set1_epi8(static_cast<char>(0x80 + row * 16)));
         const Vector index = _mm256_adds_epu8(offset, _mm256_set1_epi8(0x70));
         low = _mm256_or_si256(low, _mm256_shuffle_epi8(table.low[row], index));
         high = _mm256_or_si256(high, _mm256_shuffle_epi8(table.high[row], index));
     }
+}
+
+inline void DecodeBlock(const UnitTable& table, Vector spread, UInt16* target)
+{
+    const Vector isUpper = _mm256_cmpgt_epi8(_mm256_setzero_si256(), spread);
+    Vector low = _mm256_andnot_si256(isUpper, spread);
+    Vector high = _mm256_setzero_si256();
+    // Below 0xC0 there are signs, which most texts have few of.
+    if (_mm256_movemask_epi8(_mm256_cmpgt_epi8(_mm256_set1_epi8(-0x40), spread)) != 0) {
+        AddRows(table, 0, spread, low, high);
+    }
+    AddRows(table, 4, spread, low, high);
     StoreUnits(target, low, high);
 }
 
@@ -96,30 +107,32 @@ inline void StoreNarrow(UInt8* target, Vector first, Vector second)
     Store(target, Spread(_mm256_packus_epi16(first, second)));
 }
 
+/// 32 units by the table. A byte of 0 makes it worth to look again.
+inline bool EncodeBlock(const UInt8* table, const UInt16* source, UInt8* target)
+{
+    for (USize i = 0; i < block; i += 4) {
+        target[i] = table[source[i]];
+        target[i + 1] = table[source[i + 1]];
+        target[i + 2] = table[source[i + 2]];
+        target[i + 3] = table[source[i + 3]];
+    }
+    const Vector isZero = _mm256_cmpeq_epi8(Load(target), _mm256_setzero_si256());
+    return _mm256_movemask_epi8(isZero) == 0 || ReferenceEncodeSingles(table, source, block, target);
+}
+
 bool Encode(const UInt8* table, const UInt16* source, USize length, UInt8* target)
 {
-    bool complete = true;
-    for (USize i = 0; i < length;) {
-        USize stop = length;
-        if (length - i >= block) {
-            const Vector first = Load(source + i);
-            const Vector second = Load(source + i + 16);
-            if (IsAscii(first, second)) {
-                StoreNarrow(target + i, first, second);
-                i += block;
-                continue;
-            }
-            stop = i + block;
-        }
-        for (; i < stop; ++i) {
-            target[i] = table[source[i]];
-            complete &= (target[i] != 0) | (source[i] == 0);
-        }
-        if (!complete) {
+    USize i = 0;
+    for (; i + block <= length; i += block) {
+        const Vector first = Load(source + i);
+        const Vector second = Load(source + i + 16);
+        if (IsAscii(first, second)) {
+            StoreNarrow(target + i, first, second);
+        } else if (!EncodeBlock(table, source + i, target + i)) {
             return false;
         }
     }
-    return true;
+    return ReferenceEncodeSingles(table, source + i, length - i, target + i);
 }
 
 USize WidenRun(const UInt8* source, USize length, UInt16* target)

@@ -43,7 +43,6 @@ bool IsAscii(const UInt16* source)
     return ((Load64(source) | Load64(source + 4)) & nonAscii16) == 0;
 }
 
-/// Eight characters, of which the vector unit makes one.
 template <class Source, class Target>
 void Copy8(const Source* source, Target* target)
 {
@@ -62,35 +61,11 @@ USize CopyRun(const Source* source, USize length, Target* target)
     return i;
 }
 
-void Decode(const UInt16* table, const UInt8* source, USize length, UInt16* target)
-{
-    USize i = 0;
-    for (; i + 8 <= length; i += 8) {
-        if (IsAscii(source + i)) {
-            Copy8(source + i, target + i);
-        } else {
-            ReferenceDecodeSingles(table, source + i, 8, target + i);
-        }
-    }
-    ReferenceDecodeSingles(table, source + i, length - i, target + i);
-}
-
-bool Encode(const UInt8* table, const UInt16* source, USize length, UInt8* target)
-{
-    USize i = 0;
-    for (; i + 8 <= length; i += 8) {
-        if (IsAscii(source + i)) {
-            Copy8(source + i, target + i);
-        } else if (!ReferenceEncodeSingles(table, source + i, 8, target + i)) {
-            return false;
-        }
-    }
-    return ReferenceEncodeSingles(table, source + i, length - i, target + i);
-}
-
 } // namespace
 
-constinit const CodePageKernels codePagePortable = {"Portable", Decode, Encode, CopyRun<UInt8, UInt16>,
+// Looking for ASCII in between costs more mispredicted branches than it saves.
+constinit const CodePageKernels codePagePortable = {"Portable", ReferenceDecodeSingles,
+                                                    ReferenceEncodeSingles, CopyRun<UInt8, UInt16>,
                                                     CopyRun<UInt16, UInt8>};
 
 } // namespace QV::Impl
