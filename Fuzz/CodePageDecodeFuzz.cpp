@@ -107,7 +107,7 @@ void Walk(const char* input, int length, int room, QVCharCode code)
     const char* last = text.get();
     for (const char* p = text.get(); *p != 0; p = CHGetNextCharPtr(p, code)) {
         last = p;
-        if (p - text.get() < 64) { // these look at everything in front or behind
+        if (p - text.get() < 16) { // these look at everything in front or behind
             Require(CHGetLastCharPtr(text.get(), p + 1, code) == p);
             Require(CHSearchSubstring(text.get(), p, CaseInsensitiveType, code) != nullptr);
         }

@@ -3,6 +3,7 @@
 #include <QVRoot/String/CharCodeImpl.hpp>
 #include <QVRoot/String/PlatformTextImpl.hpp>
 
+#include <array>
 #include <atomic>
 
 namespace QV {
@@ -57,6 +58,16 @@ constexpr PageOfCode pagesOfCodes[] = {
 
 constexpr UInt32 symbolPage = 42;
 
+/// By code; 0 for one that is not in the table. The symbol code has a page that does not lead back to it.
+constexpr auto pageOfCode = [] {
+    std::array<UInt16, UTF16CharCode + 1> pages = {};
+    for (const PageOfCode& entry : pagesOfCodes) {
+        pages[entry.code] = static_cast<UInt16>(entry.page);
+    }
+    pages[SymbolCharCode] = 1252;
+    return pages;
+}();
+
 } // namespace
 
 QVCharCode CHGetCharCode(UInt32 codePage)
@@ -75,15 +86,7 @@ QVCharCode CHGetCharCode(UInt32 codePage)
 UInt32 CHGetCodePage(QVCharCode code)
 {
     code = Impl::ResolveCharCode(code);
-    if (code == SymbolCharCode) {
-        return 1252; // deliberately not the page that maps to it
-    }
-    for (const PageOfCode& entry : pagesOfCodes) {
-        if (entry.code == code) {
-            return entry.page;
-        }
-    }
-    return 0;
+    return code < pageOfCode.size() ? pageOfCode[code] : 0;
 }
 
 bool CHSingleByteCharacters(QVCharCode code)

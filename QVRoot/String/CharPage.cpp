@@ -72,12 +72,13 @@ const CaseTable& GetCaseTable(TextMapping mapping, UInt32 page, Map map)
     const UInt32 column = page == 874 ? 8 : page - 1250;
     const UInt32 row = mapping == TextMapping::UpperCase;
     CaseTable& table = caseTables[row][column];
-    if (!isCaseBuilt[row][column].load(std::memory_order_acquire)) [[unlikely]] {
+    std::atomic<bool>& isBuilt = isCaseBuilt[row][column];
+    if (!isBuilt.load(std::memory_order_acquire)) [[unlikely]] {
         const CriticalSectionGuard guard(caseSection);
-        for (UInt32 byte = 0; byte < 0x100; ++byte) {
+        for (UInt32 byte = 0; byte < 0x100 && !isBuilt.load(std::memory_order_relaxed); ++byte) {
             table.bytes[byte] = map(static_cast<char>(byte));
         }
-        isCaseBuilt[row][column].store(true, std::memory_order_release);
+        isBuilt.store(true, std::memory_order_release);
     }
     return table;
 }

@@ -127,7 +127,7 @@ QV_EXPORT int CHCopyC(const char* source, char* destination, int capacity,
                       QVCharCode code = DefaultCharCode) noexcept;
 
 /// Texts with a length byte in front and no terminator: at most 255 bytes, and at most `capacity` with the
-/// length byte.
+/// length byte. These do not answer the question for the length.
 QV_EXPORT int CHCopyPascal(const unsigned char* source, unsigned char* destination, int capacity = 256,
                            QVCharCode code = DefaultCharCode) noexcept;
 QV_EXPORT int CHc2pascal(const char* source, unsigned char* destination, int capacity = 256,

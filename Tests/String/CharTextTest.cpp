@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace QV {
@@ -290,6 +291,25 @@ TEST(CharText, ConversionsFollowTheCodePages)
     EXPECT_EQ(CHUTF8toANSI("abc", 0, buffer, 16), 0);
     EXPECT_EQ(CHUTF8toANSI("abc", -2, buffer, 16), 0);
     EXPECT_EQ(CHUTF8toANSI(nullptr, -1, buffer, 16), 0);
+}
+
+TEST(CharText, TablesAreMadeByWhicheverThreadIsFirst)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([] {
+            for (const QVCharCode code : {WesternCharCode, CyrillicCharCode, GreekCharCode, BalticCharCode,
+                                          JapaneseCharCode, KoreanCharCode}) {
+                char text[] = "\xE1\xE1z";
+                const int length = CHtoUpper(text, code);
+                EXPECT_TRUE(length == 3 && text[2] == 'Z');
+                EXPECT_EQ(CHANSItoUTF8(text, 2, nullptr, 0, code), code < JapaneseCharCode ? 4 : 3);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(CharText, NullIsNoText)
