@@ -1,6 +1,6 @@
 #include <QVRoot/String/CharCodeImpl.hpp>
 #include <QVRoot/String/CharPageImpl.hpp>
-#include <QVRoot/String/Transcode/TranscodeImpl.hpp>
+#include <QVRoot/String/Transcode/TranscodeChoiceImpl.hpp>
 #include <QVRoot/String/Unicode.hpp>
 #include <QVRoot/Threading/CriticalSectionImpl.hpp>
 

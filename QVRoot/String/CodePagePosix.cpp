@@ -2,7 +2,7 @@
 #include <QVRoot/String/CodePagePosixImpl.hpp>
 #include <QVRoot/String/CodePages/CodePageKernelsImpl.hpp>
 #include <QVRoot/String/PlatformTextImpl.hpp>
-#include <QVRoot/String/Transcode/TranscodeImpl.hpp>
+#include <QVRoot/String/Transcode/TranscodeChoiceImpl.hpp>
 #include <QVRoot/String/Unicode.hpp>
 
 #include <algorithm>
