@@ -103,11 +103,14 @@ struct UniString::Concatenation::Operands {
 private:
     Impl::UnitRange Find(const Entry& entry, UInt32 i)
     {
-        switch (entry.kind) {
-        case UnitOperand:
-            return {&entry.unit, 1};
-        case StringOperand:
+        // The two most frequent kinds first.
+        if (entry.kind == StringOperand) {
             return Impl::GetUnits(static_cast<const UniString*>(entry.pointer)->GetView());
+        }
+        if (entry.kind == UnitOperand) {
+            return {&entry.unit, 1};
+        }
+        switch (entry.kind) {
         case ConstSubstringOperand:
             return Impl::GetUnits(static_cast<const ConstSubstring*>(entry.pointer)->GetView());
         case SubstringOperand:

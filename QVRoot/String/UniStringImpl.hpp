@@ -49,20 +49,22 @@ inline void CopyUnits(unsigned short* to, const unsigned short* from, USize coun
         std::memcpy(to + at, &block, sizeof(block));
     };
     UInt64 four[2];
-    if (count > 32) {
-        std::memcpy(to, from, count * sizeof(unsigned short));
-    } else if (count >= 8) {
+    if (count < 4) {
+        if (count != 0) {
+            to[0] = from[0];
+            to[count / 2] = from[count / 2];
+            to[count - 1] = from[count - 1];
+        }
+    } else if (count < 8) {
+        copy(0, four[0]);
+        copy(count - 4, four[0]);
+    } else if (count <= 32) {
         for (USize i = 0; i + 8 < count; i += 8) {
             copy(i, four);
         }
         copy(count - 8, four);
-    } else if (count >= 4) {
-        copy(0, four[0]);
-        copy(count - 4, four[0]);
-    } else if (count != 0) {
-        to[0] = from[0];
-        to[count / 2] = from[count / 2];
-        to[count - 1] = from[count - 1];
+    } else {
+        std::memcpy(to, from, count * sizeof(unsigned short));
     }
 }
 
