@@ -106,6 +106,11 @@ ErrorStatus::ErrorStatus(const char* message)
     Set(message);
 }
 
+ErrorStatus::ErrorStatus(const String& message)
+{
+    Set(message);
+}
+
 ErrorStatus::ErrorStatus(const ObjectState& object)
 {
     Set(object);
@@ -251,6 +256,11 @@ void ErrorStatus::Set(const char* message)
     status.code_ = ErrGeneral;
     status.SetErrorMessage(message == nullptr ? UniString() : UniString(message));
     Swap(status);
+}
+
+void ErrorStatus::Set(const String& message)
+{
+    Set(UniString(message));
 }
 
 void ErrorStatus::Set(const ObjectState& object)

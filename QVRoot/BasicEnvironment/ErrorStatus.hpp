@@ -16,6 +16,8 @@
 
 namespace QV {
 
+class String;
+
 class QV_EXPORT ErrorStatus {
 public:
     ErrorStatus() noexcept = default;
@@ -38,6 +40,7 @@ public:
     ErrorStatus(const UniString& message);
     ErrorStatus(UniString&& message);
     ErrorStatus(const char* message);
+    ErrorStatus(const String& message);
     ErrorStatus(const ObjectState& object);
     ErrorStatus(ObjectState&& object);
     ErrorStatus(const UniString& message, const ObjectState& object);
@@ -65,6 +68,7 @@ public:
     void Set(const UniString& message);
     void Set(UniString&& message);
     void Set(const char* message);
+    void Set(const String& message);
     void Set(const ObjectState& object);
     void Set(ObjectState&& object);
     void Set(const UniString& message, const ObjectState& object);

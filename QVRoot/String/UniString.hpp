@@ -22,6 +22,7 @@
 
 #include <concepts>
 #include <string_view>
+#include <type_traits>
 
 namespace QV {
 
@@ -31,6 +32,18 @@ class Array;
 namespace Impl {
 class Occurrences;
 }
+
+class FormatArgument;
+class ScanArgument;
+class String;
+namespace FormatSyntax {
+template <class Unit>
+class Format;
+}
+template <class Unit, class... Arguments>
+class PrintFormat;
+template <class Unit, class TextUnit, class... Arguments>
+class ScanFormat;
 
 /// A plain character, as in a literal.
 template <class T>
@@ -76,6 +89,8 @@ public:
     UniString(const Substring& text);
     /// Allocates once, for the whole text.
     UniString(const Concatenation& text);
+    /// From the default code page; a string that is out of memory is empty.
+    UniString(const String& text);
     ~UniString() override;
     /// @}
 
@@ -104,6 +119,7 @@ public:
     void Assign(const char16_t* text, unsigned int count) { Assign(AsUnits(text), count); }
     void Assign(std::u16string_view text) { UniString(text).Swap(*this); }
     void Assign(UniChar c);
+    void Assign(const String& text);
     /// @}
 
     /// @name Length and capacity
@@ -447,7 +463,37 @@ public:
     void Dump(OChannel& oc) const override;
     /// @}
 
+    /// @name Formatted text
+    /// See UniStringFormat.hpp, which must be included.
+    /// @{
+    template <class... Arguments>
+    static UniString Printf(PrintFormat<char, std::type_identity_t<Arguments>...> format,
+                            const Arguments&... arguments);
+    template <class... Arguments>
+    static UniString Printf(PrintFormat<char16_t, std::type_identity_t<Arguments>...> format,
+                            const Arguments&... arguments);
+    template <class... Arguments>
+    int Scanf(ScanFormat<char, char16_t, std::type_identity_t<Arguments>...> format,
+              Arguments&&... arguments) const;
+    template <class... Arguments>
+    int Scanf(ScanFormat<char16_t, char16_t, std::type_identity_t<Arguments>...> format,
+              Arguments&&... arguments) const;
+    /// @}
+
 private:
+    template <class Unit, class... Arguments>
+    static UniString PrintfFwd(const FormatSyntax::Format<Unit>& format, const Arguments&... arguments);
+    static UniString CheckedPrintf(const char* format, const FormatArgument* arguments, UInt32 count,
+                                   bool isChecked);
+    static UniString CheckedPrintf(const unsigned short* format, const FormatArgument* arguments, UInt32 count,
+                                   bool isChecked);
+    template <class FormatUnit>
+    static UniString PrintfImpl(const FormatUnit* format, const FormatArgument* arguments, UInt32 count,
+                                bool isChecked);
+    int CheckedScanf(const char* format, const ScanArgument* arguments, UInt32 count, bool isChecked) const;
+    int CheckedScanf(const unsigned short* format, const ScanArgument* arguments, UInt32 count,
+                     bool isChecked) const;
+
     friend class UniStringTestAccess;
     template <unsigned int>
     friend struct StaticUniString;
