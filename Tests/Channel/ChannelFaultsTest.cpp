@@ -3,6 +3,7 @@
 #include <Host/MarkingMemOChannel.hpp>
 #include <Host/PositionedMemIChannel.hpp>
 #include <QVRoot/ObjectModel/Frame.hpp>
+#include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniString.hpp>
 #include <Tests/Support/DribblingIChannel.hpp>
 #include <Tests/Support/DribblingOChannel.hpp>
@@ -193,6 +194,8 @@ std::vector<Form> MakeForms()
             MakeVersion(),
             MakeString(UniString(u"a\u00DF\U0001F600")),
             MakeString(UniString()),
+            MakeForm<String>("String", "gr\xC3\xBC", "before", ""),
+            MakeForm<String>("String", String(), "before", ""),
             MakeWall(false),
             MakeWall(true)};
 }

@@ -3,6 +3,7 @@
 #include <Examples/Tour/Archive.hpp>
 #include <Examples/Tour/Document.hpp>
 #include <Host/MarkingMemOChannel.hpp>
+#include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
 
 #include <functional>
@@ -78,6 +79,13 @@ const std::map<std::string, Writer> writers = {
      }},
     {"UniString", [](OChannel& oc) { oc << UniString(); }},
     {"UniString A\u00DF\U0001F600", [](OChannel& oc) { oc << UniString(u"A\u00DF\U0001F600"); }},
+    {"String a\u00DF", [](OChannel& oc) { oc << String("a\xC3\x9F"); }},
+    {"String a\u00DF of version 2.0",
+     [](OChannel& oc) {
+         ClassManager::SetOutputVersion(1);
+         oc << String("a\xC3\x9F");
+         ClassManager::SetOutputVersion(0);
+     }},
     {"archive", [](OChannel& oc) { Tour::WriteArchive(oc, MakeExampleDocuments()); }},
 };
 
