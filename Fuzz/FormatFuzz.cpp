@@ -18,6 +18,9 @@ using namespace QV;
 
 namespace {
 
+constexpr UInt32 quietFlags[] = {FormatCStrReturnOnMismatch,
+                                 FormatCStrReturnOnMismatch | FormatCStrCheckedBefore};
+
 void Require(bool condition)
 {
     if (!condition) {
@@ -31,8 +34,7 @@ void PrintWith(const std::string& format, const Arguments&... arguments)
     const FormatArgument list[] = {arguments...};
     const std::u16string wide(format.begin(), format.end());
     const auto* const units = reinterpret_cast<const unsigned short*>(wide.c_str());
-    for (const UInt32 flags :
-         {FormatCStrReturnOnMismatch, FormatCStrReturnOnMismatch | FormatCStrCheckedBefore}) {
+    for (const UInt32 flags : quietFlags) {
         for (const USize size : {USize{1}, USize{7}, USize{300}}) {
             char text[300];
             const int count = checkedvsnprintf(text, size, format.c_str(), {list, sizeof...(Arguments)},
@@ -51,8 +53,7 @@ template <class... Arguments>
 void ScanWith(const std::string& format, const std::string& text, Arguments&&... arguments)
 {
     const ScanArgument list[] = {arguments...};
-    for (const UInt32 flags :
-         {FormatCStrReturnOnMismatch, FormatCStrReturnOnMismatch | FormatCStrCheckedBefore}) {
+    for (const UInt32 flags : quietFlags) {
         const int count = checkedvsscanf(text.c_str(), format.c_str(), {list, sizeof...(Arguments)},
                                          static_cast<FormatCStrCheckFlags>(flags));
         Require(count <= static_cast<int>(sizeof...(Arguments)));

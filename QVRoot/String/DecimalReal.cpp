@@ -134,54 +134,53 @@ constexpr int lastExactRealPower = sizeof(Real) == 8 ? 22 : 10;
 
 /// Digits and power both exact: one operation rounds the result once.
 template <class Real>
-bool MakeFromExactParts(const DecimalNumber& number, Real& result)
+bool MakeFromExactParts(UInt64 digits, Int64 exponent, Real& result)
 {
     constexpr int last = lastExactRealPower<Real>;
-    if (number.digits >> Layout<Real>::mantissaBits != 0 || number.exponent < -last ||
-        number.exponent > last) {
+    if (digits >> Layout<Real>::mantissaBits != 0 || exponent < -last || exponent > last) {
         return false;
     }
-    const Real digits = static_cast<Real>(number.digits);
-    result = number.exponent < 0 ? digits / static_cast<Real>(exactPowers[-number.exponent])
-                                 : digits * static_cast<Real>(exactPowers[number.exponent]);
+    const Real exact = static_cast<Real>(static_cast<Int64>(digits));
+    result = exponent < 0 ? exact / static_cast<Real>(exactPowers[-exponent])
+                          : exact * static_cast<Real>(exactPowers[exponent]);
     return true;
 }
 
-/// digits · 10^q by the first 128 bits of digits · 5^q. These are too small by less than 4 in the last place;
-/// where that could change the rounding the answer is false.
-template <class Real>
-bool MakeFromTable(UInt64 digits, int q, Real& result)
+/// The first 128 bits of digits · 5^q, too small by less than 4 in the last place: of `low`, or by the quick
+/// way, which leaves half of the power out, less than 3 in that of `high`.
+struct LeadingBits {
+    UInt64 high;
+    UInt64 low;
+    int exponent; ///< of the first bit
+    bool isExact;
+};
+
+template <bool IsQuick>
+LeadingBits MultiplyByPower(UInt64 digits, int q)
 {
     const PowerOfFive& power = powers[static_cast<USize>(q - firstPower)];
     const int zeros = std::countl_zero(digits);
     digits <<= zeros;
     const Product upper = Multiply(digits, power.high);
-    const Product lower = Multiply(digits, power.low);
-    UInt64 low = upper.low + lower.high;
-    UInt64 high = upper.high + (low < upper.low);
-    bool isExact = lower.low == 0 && q >= 0 && q <= lastExactPower;
-    int exponent = GetBinaryExponent(q) + 64 - zeros;
-    if (high >> 63 == 0) {
-        high = (high << 1) | (low >> 63);
-        low = (low << 1) | (lower.low >> 63);
-        isExact = isExact && lower.low << 1 == 0;
-        --exponent;
+    const Product lower = IsQuick ? Product{0, 0} : Multiply(digits, power.low);
+    const UInt64 low = upper.low + lower.high;
+    const UInt64 high = upper.high + (low < upper.low);
+    const int exponent = GetBinaryExponent(q) + 64 - zeros;
+    const bool isExact = !IsQuick && lower.low == 0 && q >= 0 && q <= lastExactPower;
+    if (high >> 63 != 0) {
+        return {high, low, exponent, isExact};
     }
+    return {(high << 1) | (low >> 63), (low << 1) | (lower.low >> 63), exponent - 1, isExact};
+}
 
-    constexpr int restBits = 64 - Layout<Real>::mantissaBits;
-    constexpr UInt64 half = UInt64{1} << (restBits - 1);
-    UInt64 mantissa = high >> restBits;
-    const UInt64 rest = high & (2 * half - 1);
-    if (!isExact && ((rest == half && low == 0) || (rest == half - 1 && low > ~UInt64{0} - 4))) {
-        return false;
-    }
-    const bool isTie = rest == half && low == 0;
-    if (isTie ? (mantissa & 1) != 0 : rest >= half) {
-        ++mantissa;
-        if (mantissa >> Layout<Real>::mantissaBits != 0) {
-            mantissa >>= 1;
-            ++exponent;
-        }
+template <class Real>
+bool MakeRounded(const LeadingBits& bits, bool roundsUp, Real& result)
+{
+    int exponent = bits.exponent;
+    UInt64 mantissa = (bits.high >> (64 - Layout<Real>::mantissaBits)) + roundsUp;
+    if (mantissa >> Layout<Real>::mantissaBits != 0) {
+        mantissa >>= 1;
+        ++exponent;
     }
     if (exponent < Layout<Real>::minExponent || exponent > Layout<Real>::maxExponent) {
         return false;
@@ -190,28 +189,52 @@ bool MakeFromTable(UInt64 digits, int q, Real& result)
     return true;
 }
 
+/// digits · 10^q. Where what is missing behind the leading bits could change the rounding, more of them are
+/// taken, or the answer is false.
+template <class Real>
+bool MakeFromTable(UInt64 digits, int q, Real& result)
+{
+    constexpr int restBits = 64 - Layout<Real>::mantissaBits;
+    constexpr UInt64 half = UInt64{1} << (restBits - 1);
+    constexpr UInt64 restMask = 2 * half - 1;
+    const LeadingBits quick = MultiplyByPower<true>(digits, q);
+    const UInt64 quickRest = quick.high & restMask;
+    // Too small by less than 3.
+    if (quickRest + 3 < half || quickRest > half) [[likely]] {
+        return MakeRounded(quick, quickRest > half, result);
+    }
+    const LeadingBits bits = MultiplyByPower<false>(digits, q);
+    const UInt64 rest = bits.high & restMask;
+    if (!bits.isExact &&
+        ((rest == half && bits.low == 0) || (rest == half - 1 && bits.low > ~UInt64{0} - 4))) {
+        return false;
+    }
+    const bool isTie = rest == half && bits.low == 0;
+    const bool isOdd = (bits.high >> restBits & 1) != 0;
+    return MakeRounded(bits, isTie ? isOdd : rest >= half, result);
+}
+
 } // namespace
 
 template <class Real>
-bool MakeNearest(const DecimalNumber& number, Real& result) noexcept
+bool MakeNearest(UInt64 digits, Int64 exponent, bool cutDigits, Real& result) noexcept
 {
-    if (!number.cutDigits && MakeFromExactParts(number, result)) {
+    if (!cutDigits && MakeFromExactParts(digits, exponent, result)) {
         return true;
     }
-    if (number.digits == 0) {
+    if (digits == 0) {
         result = 0;
         return true;
     }
-    if (number.exponent < firstPower || number.exponent > lastPower) {
+    if (exponent < firstPower || exponent > lastPower) {
         return false;
     }
-    const int q = static_cast<int>(number.exponent);
-    if (!number.cutDigits) {
-        return MakeFromTable(number.digits, q, result);
+    const int q = static_cast<int>(exponent);
+    if (!cutDigits) {
+        return MakeFromTable(digits, q, result);
     }
     Real above;
-    return MakeFromTable(number.digits, q, result) && MakeFromTable(number.digits + 1, q, above) &&
-           result == above;
+    return MakeFromTable(digits, q, result) && MakeFromTable(digits + 1, q, above) && result == above;
 }
 
 template <class Real>
@@ -241,8 +264,8 @@ Real MakeNearestBinary(UInt64 digits, Int64 exponent) noexcept
     return std::ldexp(static_cast<Real>(mantissa), static_cast<int>(exponent - 63 + cut));
 }
 
-template bool MakeNearest(const DecimalNumber&, float&) noexcept;
-template bool MakeNearest(const DecimalNumber&, double&) noexcept;
+template bool MakeNearest(UInt64, Int64, bool, float&) noexcept;
+template bool MakeNearest(UInt64, Int64, bool, double&) noexcept;
 template float MakeNearestBinary(UInt64, Int64) noexcept;
 template double MakeNearestBinary(UInt64, Int64) noexcept;
 

@@ -5,18 +5,11 @@
 
 namespace QV::Impl {
 
-/// The decimal number digits · 10^exponent. With `cutDigits` the true number lies between this one and that
-/// with one digit more in the last place.
-struct DecimalNumber {
-    UInt64 digits = 0;
-    Int64 exponent = 0;
-    bool cutDigits = false;
-};
-
-/// The nearest value, or false where 128 bits of the power of ten do not decide it or it is not a normal
-/// number.
+/// The value nearest to digits · 10^exponent, or false where 128 bits of the power of ten do not decide it or
+/// it is not a normal number. With `cutDigits` the true number lies between this one and that with one more
+/// in its last digit.
 template <class Real>
-bool MakeNearest(const DecimalNumber& number, Real& result) noexcept;
+bool MakeNearest(UInt64 digits, Int64 exponent, bool cutDigits, Real& result) noexcept;
 
 /// The value of digits · 2^exponent, rounded to nearest, ties to even. The lowest bit of `digits` stands for
 /// everything that was cut.

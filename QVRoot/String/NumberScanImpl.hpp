@@ -125,24 +125,59 @@ bool ScanDigits(const Unit*& at, End end, UInt32 base, ScannedInteger& result) n
     return found;
 }
 
-/// Decimal digits. The first 19 cannot overflow.
+/// Decimal digits, added to a number that may wrap; answers their end.
+template <class Unit, class End>
+const Unit* TakeDigits(const Unit* at, End end, UInt64& digits) noexcept
+{
+    for (UInt32 digit; (digit = PeekUnit(at, end) - UInt32{'0'}) <= 9; ++at) {
+        digits = digits * 10 + digit;
+    }
+    return at;
+}
+
+/// The same for many digits: by fours, so that not every digit waits for the one before.
+template <class Unit, class End>
+const Unit* TakeManyDigits(const Unit* at, End end, UInt64& digits) noexcept
+{
+    const auto peek = [&](int ahead) { return PeekUnit(at + ahead, end) - UInt32{'0'}; };
+    for (;;) {
+        const UInt32 first = peek(0);
+        if (first > 9) {
+            return at;
+        }
+        const UInt32 second = peek(1);
+        if (second > 9) {
+            digits = digits * 10 + first;
+            return at + 1;
+        }
+        const UInt32 third = peek(2);
+        if (third > 9) {
+            digits = digits * 100 + (first * 10 + second);
+            return at + 2;
+        }
+        const UInt32 fourth = peek(3);
+        if (fourth > 9) {
+            digits = digits * 1000 + (first * 100 + second * 10 + third);
+            return at + 3;
+        }
+        digits = digits * 10000 + (first * 1000 + second * 100 + third * 10 + fourth);
+        at += 4;
+    }
+}
+
+/// So many decimal digits fit 64 bits, whatever they are.
+constexpr Int64 RoomyDigits = 19;
+
 template <class Unit, class End>
 bool ScanDecimalDigits(const Unit*& at, End end, ScannedInteger& result) noexcept
 {
-    const Unit* p = at;
-    UInt64 value = 0;
-    for (UInt32 left = 19; left != 0; --left, ++p) {
-        const UInt32 digit = PeekUnit(p, end) - UInt32{'0'};
-        if (digit > 9) {
-            result.magnitude = value;
-            const bool found = p != at;
-            at = p;
-            return found;
-        }
-        value = value * 10 + digit;
+    const Unit* const digitsEnd = TakeDigits(at, end, result.magnitude);
+    const Int64 count = digitsEnd - at;
+    if (count > RoomyDigits) [[unlikely]] {
+        return ScanDigits(at, end, 10, result);
     }
-    // With so many digits the plain way does.
-    return ScanDigits(at, end, 10, result);
+    at = digitsEnd;
+    return count != 0;
 }
 
 /// An integer with an optional sign. Base 16 allows "0x" in front; base 0 tells bases 8, 10 and 16 apart by

@@ -12,6 +12,7 @@ namespace QV {
 namespace {
 
 using Impl::ScannedInteger;
+using Impl::ZeroTerminated;
 
 template <class Unit>
 bool IsTrimmable(Unit c)
@@ -32,22 +33,41 @@ bool HasSpaceAtEnds(const Unit* text, const Unit* at)
     return at != text && IsTrimmable(at[-1]);
 }
 
+/// What is shorter than an int is read as one.
+template <class Number>
+using Widened = std::conditional_t<(sizeof(Number) >= sizeof(int)), Number,
+                                   std::conditional_t<std::is_signed_v<Number>, int, unsigned int>>;
+
+/// A number with more digits than fit 64 bits for sure.
 template <class Number, class Unit>
-bool Scan(const Unit*& at, Number& value)
+Number ReadLongInteger(const Unit* digits, bool isNegative)
+{
+    ScannedInteger scanned;
+    Impl::ScanDigits(digits, ZeroTerminated{}, 10, scanned);
+    scanned.isNegative = isNegative;
+    return static_cast<Number>(Impl::Saturate<Widened<Number>>(scanned));
+}
+
+/// Answers the end of the number, or null.
+template <class Number, class Unit>
+const Unit* ReadNumber(const Unit* at, Number& value)
 {
     if constexpr (std::is_floating_point_v<Number>) {
-        return Impl::ScanReal(at, Impl::ZeroTerminated{}, value);
+        return Impl::ScanReal(at, ZeroTerminated{}, value) ? at : nullptr;
     } else {
-        // What is shorter than an int is read as one.
-        using Wide = std::conditional_t<(sizeof(Number) >= sizeof(int)), Number,
-                                        std::conditional_t<std::is_signed_v<Number>, int, unsigned int>>;
+        const bool isNegative = Impl::SkipSign(at, ZeroTerminated{});
         ScannedInteger scanned;
-        scanned.isNegative = Impl::SkipSign(at, Impl::ZeroTerminated{});
-        if (!Impl::ScanDecimalDigits(at, Impl::ZeroTerminated{}, scanned)) {
-            return false;
+        const Unit* const end = Impl::TakeDigits(at, ZeroTerminated{}, scanned.magnitude);
+        if (end == at) {
+            return nullptr;
         }
-        value = static_cast<Number>(Impl::Saturate<Wide>(scanned));
-        return true;
+        if (end - at > Impl::RoomyDigits) [[unlikely]] {
+            value = ReadLongInteger<Number>(at, isNegative);
+            return end;
+        }
+        scanned.isNegative = isNegative;
+        value = static_cast<Number>(Impl::Saturate<Widened<Number>>(scanned));
+        return end;
     }
 }
 
@@ -57,14 +77,14 @@ bool ReadValue(const Unit* text, Number& value, ToValueMode mode, TrimWSMode tri
     if (text == nullptr) [[unlikely]] {
         return false;
     }
-    const Unit* at = Impl::SkipSpace(text, Impl::ZeroTerminated{});
-    if (!Scan(at, value)) {
+    const Unit* const end = ReadNumber(Impl::SkipSpace(text, ZeroTerminated{}), value);
+    if (end == nullptr) {
         return false;
     }
-    if (mode != ToValueBeginning && *Impl::SkipSpace(at, Impl::ZeroTerminated{}) != 0) {
+    if (mode != ToValueBeginning && *Impl::SkipSpace(end, ZeroTerminated{}) != 0) {
         return false;
     }
-    return trim != TrimWSRefused || !HasSpaceAtEnds(text, at);
+    return trim != TrimWSRefused || !HasSpaceAtEnds(text, end);
 }
 
 /// The text and its terminator, cut to the buffer.

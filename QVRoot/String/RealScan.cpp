@@ -12,13 +12,10 @@ namespace {
 /// longest texts.
 constexpr Int64 maxExponent = 1'000'000'000'000'000;
 
-/// The exponent behind a number, where `letter` introduces one; moves `at` behind it.
+/// The exponent behind the letter that introduces it; moves `at` behind it. Without digits there is none.
 template <class Unit, class End>
-Int64 ScanExponent(const Unit*& at, End end, char letter) noexcept
+Int64 ScanExponent(const Unit*& at, End end) noexcept
 {
-    if ((PeekUnit(at, end) | 0x20) != static_cast<unsigned char>(letter)) {
-        return 0;
-    }
     const Unit* p = at + 1;
     const bool isNegative = SkipSign(p, end);
     if (PeekUnit(p, end) - UInt32{'0'} > 9) {
@@ -69,64 +66,65 @@ Real MakeFromText(const Unit* digits, const Unit* end, Int64 exponent) noexcept
     return value;
 }
 
-/// Digits up to the first other unit, added to a number that may wrap.
-template <class Unit, class End>
-const Unit* TakeDigits(const Unit* at, End end, UInt64& digits) noexcept
-{
-    for (UInt32 digit; (digit = PeekUnit(at, end) - UInt32{'0'}) <= 9; ++at) {
-        digits = digits * 10 + digit;
-    }
-    return at;
-}
+/// The leading digits of a text that has too many.
+struct LeadingDigits {
+    UInt64 digits = 0;
+    Int64 cutCount = 0;
+    bool isCut = false; ///< not only zeros are missing
 
-constexpr Int64 roomyDigits = 19; // as many as fit 64 bits
-
-/// The leading digits of a text that has too many; `number.exponent` is that of the last digit.
-template <class Unit>
-void TakeLeadingDigits(const Unit* at, const Unit* end, DecimalNumber& number) noexcept
-{
-    Int64 left = roomyDigits;
-    number.digits = 0;
-    Int64 cut = 0;
-    for (; at != end; ++at) {
-        const UInt32 digit = *at - UInt32{'0'};
-        if (digit > 9) {
-            continue; // the point
-        }
-        if (left != 0) {
-            number.digits = number.digits * 10 + digit;
-            left -= number.digits != 0;
-        } else {
-            number.cutDigits = number.cutDigits || digit != 0;
-            ++cut;
+    template <class Unit>
+    LeadingDigits(const Unit* at, const Unit* end) noexcept
+    {
+        Int64 left = RoomyDigits;
+        for (; at != end; ++at) {
+            const UInt32 digit = *at - UInt32{'0'};
+            if (digit > 9) {
+                continue; // the point
+            }
+            if (left != 0) {
+                digits = digits * 10 + digit;
+                left -= digits != 0;
+            } else {
+                isCut = isCut || digit != 0;
+                ++cutCount;
+            }
         }
     }
-    number.exponent += cut;
-}
+};
 
 template <class Real, class Unit, class End>
 bool ScanDecimalReal(const Unit*& at, End end, Real& result) noexcept
 {
-    DecimalNumber number;
-    const Unit* p = TakeDigits(at, end, number.digits);
+    UInt64 digits = 0;
+    Int64 exponent = 0;
+    const Unit* p = TakeDigits(at, end, digits);
     Int64 count = p - at;
     if (PeekUnit(p, end) == '.') {
         const Unit* const decimals = p + 1;
-        p = TakeDigits(decimals, end, number.digits);
-        number.exponent = decimals - p;
+        p = TakeManyDigits(decimals, end, digits);
+        exponent = decimals - p;
         count += p - decimals;
     }
     if (count == 0) {
         return false;
     }
     const Unit* const digitsEnd = p;
-    if (count > roomyDigits) [[unlikely]] {
-        TakeLeadingDigits(at, digitsEnd, number);
+    Int64 explicitExponent = 0;
+    if ((PeekUnit(p, end) | 0x20) == 'e') {
+        const Unit* exponentEnd = p;
+        explicitExponent = ScanExponent(exponentEnd, end);
+        p = exponentEnd;
+        exponent += explicitExponent;
     }
-    const Int64 exponent = ScanExponent(p, end, 'e');
-    number.exponent += exponent;
-    if (!MakeNearest(number, result)) [[unlikely]] {
-        result = MakeFromText<Real>(at, digitsEnd, exponent);
+    bool isCut = false;
+    if (count > RoomyDigits) [[unlikely]] {
+        const LeadingDigits leading(at, digitsEnd);
+        digits = leading.digits;
+        exponent += leading.cutCount;
+        isCut = leading.isCut;
+    }
+    if (!MakeNearest(digits, exponent, isCut, result)) [[unlikely]] {
+        result = MakeFromText<Real>(at, digitsEnd, explicitExponent);
     }
     at = p;
     return true;
@@ -162,7 +160,9 @@ bool ScanHexReal(const Unit*& at, End end, Real& result) noexcept
     if (!hasDigits) {
         return false;
     }
-    exponent += ScanExponent(p, end, 'p');
+    if ((PeekUnit(p, end) | 0x20) == 'p') {
+        exponent += ScanExponent(p, end);
+    }
     result = MakeNearestBinary<Real>(digits, exponent);
     at = p;
     return true;

@@ -96,7 +96,7 @@ public:
     /// @{
     QVErrCode Append(char c)
     {
-        if (length_ < capacity_ && !isOutOfMemory_) [[likely]] {
+        if (length_ < capacity_) [[likely]] { // out of memory, there is no capacity
             buffer_[length_++] = c;
             return NoError;
         }
