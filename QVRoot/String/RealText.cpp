@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 
 namespace QV::Impl {
 
@@ -40,7 +39,9 @@ char* WriteAllOfGeneral(RealText& result, double value, int precision)
 {
     char* end = WriteChars(result, value, std::chars_format::scientific, precision - 1);
     const char* const letter = FindExponent(result.text, end, 'e');
-    const int exponent = static_cast<int>(std::strtol(letter + 1, nullptr, 10));
+    int exponent = 0;
+    std::from_chars(letter + 2, end, exponent);
+    exponent = letter[1] == '-' ? -exponent : exponent;
     if (exponent >= -4 && exponent < precision) {
         end = WriteChars(result, value, std::chars_format::fixed, precision - 1 - exponent);
     }

@@ -75,7 +75,7 @@ TEST(CheckedPrintf, PrintsIntegersAsTheCLibraryDoes)
             CompareOverGrid(std::string("hh") + letter, value);
             CompareOverGrid(std::string("h") + letter, value);
             CompareOverGrid(std::string("l") + letter, static_cast<long>(value));
-            CompareOverGrid(std::string("ll") + letter, Int64{value} * 4294967297);
+            CompareOverGrid(std::string("ll") + letter, Int64{value} * 4294967295);
         }
         CompareOverGrid(std::string("ll") + letter, std::numeric_limits<UInt64>::max());
         CompareOverGrid(std::string("z") + letter, sizeof(int));
