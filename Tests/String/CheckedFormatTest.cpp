@@ -6,6 +6,7 @@
 #include <QVRoot/String/UniStringFormat.hpp>
 
 #include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
 #include <string>
@@ -321,7 +322,58 @@ TEST(CheckedScanf, CountsAndStopsAsTheCLibraryDoes)
     EXPECT_EQ(self, u"two");
     unsigned short units[4];
     UniChar unit;
+    EXPECT_EQ(UniString(u"\u20AC 5").Scanf(u"%2s%hu", units, &units[3]), 2);
+    EXPECT_EQ(UniString(units), u"\u20AC");
+    EXPECT_EQ(units[3], 5);
     EXPECT_EQ(checkedsscanf(u"abc\u20ACd", u"%[a-b]%c%c", units, &unit, &unit), 3);
+}
+
+/// One conversion of one text, with what follows it, against the C library.
+template <class Variable>
+void CompareScans(const char* letters, Variable start)
+{
+    for (const char* const text : {"12", " 12x", "-7 ", "+7", "0x1f", "0X1Fg", "017", "08", "-0", "99", "x1",
+                                   "-", "", " ", "0", "-0x10", "2147483648", "\t\n5"}) {
+        for (const char* letter = letters; *letter != 0; ++letter) {
+            for (const char* const width : {"", "1", "2", "3"}) {
+                const std::string format =
+                    std::string("%") + width + (sizeof(Variable) == 8 ? "ll" : "") + *letter + "%c";
+                if (std::strpbrk(text, "xX") != nullptr && std::strchr("xi", *letter) != nullptr &&
+                    *width != 0) {
+                    continue; // where "0x" may be cut off, that C library goes a way of its own
+                }
+                Variable expected = start, value = start;
+                char expectedNext = '#', next = '#';
+                const int count = std::sscanf(text, format.c_str(), &expected, &expectedNext);
+                ASSERT_EQ(checkedsscanf(text, format.c_str(), &value, &next), count)
+                    << format << " of " << text;
+                if (std::string(text) != "2147483648" || sizeof(Variable) == 8) { // the C libraries differ
+                    EXPECT_EQ(value, expected) << format << " of " << text;
+                }
+                EXPECT_EQ(next, expectedNext) << format << " of " << text;
+            }
+        }
+    }
+}
+
+TEST(CheckedScanf, AgreesWithTheCLibraryOnIntegers)
+{
+    CompareScans("di", 77);
+    CompareScans("uox", 77u);
+    CompareScans("di", Int64{77});
+    CompareScans("uox", UInt64{77});
+}
+
+TEST(CheckedPrintf, PassesTheEndOfItsPieces)
+{
+    for (unsigned int length = 240; length < 270; ++length) {
+        const std::string bytes(length, 'x');
+        const std::string expected = PrintedByC("%s%*d%s", bytes.c_str(), 270, 5, bytes.c_str());
+        EXPECT_EQ(Narrow(UniString::Printf("%s%*d%s", bytes, 270, 5, bytes)), expected);
+        String text;
+        EXPECT_EQ(text.Format("%s%*d%s", bytes, 270, 5, bytes), NoError);
+        EXPECT_EQ(text, expected.c_str());
+    }
 }
 
 TEST(CheckedFormat, GivesBackEverythingWhenMemoryIsOut)

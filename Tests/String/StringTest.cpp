@@ -311,6 +311,27 @@ TEST(StringPersistence, AHostileLengthTakesNoMemory)
     }
 }
 
+TEST(CharText, ConvertsBetweenUtf8AndACodePage)
+{
+    char bytes[8] = "#######";
+    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, nullptr, 0, WesternCharCode), 3);
+    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, bytes, 8, WesternCharCode), 3);
+    EXPECT_EQ(std::string(bytes, 4), "gr\xFC#");
+    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", -1, bytes, 8, WesternCharCode), 4) << "with the terminator";
+    EXPECT_EQ(CHUTF8toANSI("\xC4\x80\xE4\xB8\x80", 5, bytes, 8, WesternCharCode), 2);
+    EXPECT_EQ(std::string(bytes, 2), "A?") << "the nearest there is";
+    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, bytes, 2, WesternCharCode), 0);
+    EXPECT_EQ(CHUTF8toANSI("gr\xC3", 3, bytes, 8, WesternCharCode), 0);
+    EXPECT_EQ(CHUTF8toANSI(nullptr, 4, bytes, 8, WesternCharCode), 0);
+    EXPECT_EQ(CHANSItoUTF8("\xFC\x80", 2, bytes, 8, WesternCharCode), 5);
+    EXPECT_EQ(std::string(bytes, 5), "\xC3\xBC\xE2\x82\xAC");
+    const std::string sample(1000, 'x');
+    Testing::SweepAllocationFailures([&sample] {
+        std::string copy = sample;
+        return CHUTF8toANSI(sample.data(), 1000, copy.data(), 1000, WesternCharCode) == 1000;
+    });
+}
+
 TEST(StringInOtherClasses, ConvertsByTheDefaultCodePage)
 {
     const String text("gr\xC3\xBC");
@@ -325,6 +346,13 @@ TEST(StringInOtherClasses, ConvertsByTheDefaultCodePage)
     EXPECT_EQ(status.GetErrorMessage(), u"gr\u00FC");
     status.Set(String("again"));
     EXPECT_EQ(status.GetErrorMessage(), u"again");
+    Testing::SweepAllocationFailures([&text] {
+        try {
+            return ErrorStatus(text).GetErrorMessage() == u"gr\u00FC";
+        } catch (const OutOfMemoryException&) {
+            return false;
+        }
+    });
 }
 
 } // namespace
