@@ -82,17 +82,6 @@ int ScanFrom(const Unit* text, const Unit* format, ScanArgumentList arguments, U
 
 } // namespace
 
-namespace FormatSyntax {
-
-void TheFormatHasABadDirective() {}
-void TheFormatHasARefusedDirective() {}
-void TheArgumentHasTheWrongType() {}
-void TheFormatNeedsMoreArguments() {}
-void TheFormatHasArgumentsLeftOver() {}
-void TheArrayIsTooSmallForTheWidth() {}
-
-} // namespace FormatSyntax
-
 namespace Impl {
 
 void ReportFormatProblem(const Verdict& verdict, bool quiet)

@@ -45,14 +45,14 @@ enum FormatUStrCheckFlags : UInt32 {
 
 namespace FormatSyntax {
 
-/// Never defined for the compiler: what a literal format is refused for is named here.
+/// What the compiler complains of where a literal format is refused. They are never defined.
 /// @{
-QV_EXPORT void TheFormatHasABadDirective();
-QV_EXPORT void TheFormatHasARefusedDirective();
-QV_EXPORT void TheArgumentHasTheWrongType();
-QV_EXPORT void TheFormatNeedsMoreArguments();
-QV_EXPORT void TheFormatHasArgumentsLeftOver();
-QV_EXPORT void TheArrayIsTooSmallForTheWidth();
+void TheFormatHasABadDirective();
+void TheFormatHasARefusedDirective();
+void TheArgumentHasTheWrongType();
+void TheFormatNeedsMoreArguments();
+void TheFormatHasArgumentsLeftOver();
+void TheArrayIsTooSmallForTheWidth();
 /// @}
 
 consteval void RequireNoProblem(Problem problem)

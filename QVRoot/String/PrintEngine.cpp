@@ -240,7 +240,14 @@ class ArgumentReader {
 public:
     explicit ArgumentReader(FormatArgumentList list) : list_(list) {}
 
-    const FormatArgument* Take() { return used_ < list_.count ? &list_.arguments[used_++] : nullptr; }
+    const FormatArgument* Peek() const { return used_ < list_.count ? &list_.arguments[used_] : nullptr; }
+
+    const FormatArgument* Take()
+    {
+        const FormatArgument* const argument = Peek();
+        used_ += argument != nullptr;
+        return argument;
+    }
 
     /// A width or precision; false where there is no int.
     bool TakeInt(int& value)
@@ -275,6 +282,28 @@ bool TakeMeasures(ArgumentReader& arguments, Directive& directive)
     return !directive.takesPrecision || arguments.TakeInt(directive.precision);
 }
 
+/// "%d" and "%s" with nothing between, which is what most directives are. False where the argument is not for
+/// them.
+template <class Unit>
+bool PrintPlain(FormatOutput<Unit>& output, UInt32 letter, const FormatArgument& argument)
+{
+    if (letter == 'd' && FormatSyntax::IsPromotedToInt(argument.GetKind())) {
+        const int value = static_cast<int>(argument.GetInteger());
+        const UInt32 magnitude = GetMagnitude(value);
+        const UInt32 count = CountDecimalDigits(magnitude);
+        char digits[12] = {'-'};
+        const UInt32 sign = value < 0;
+        WriteDecimal(magnitude, digits + sign, count);
+        output.Write(digits, sign + count);
+        return true;
+    }
+    if (letter == 's' && (argument.GetKind() == Kind::Text8 || argument.GetKind() == Kind::Text16)) {
+        PrintText(output, Directive(), argument);
+        return true;
+    }
+    return false;
+}
+
 } // namespace
 
 template <class FormatUnit, class Unit>
@@ -298,6 +327,12 @@ Verdict Print(FormatOutput<Unit>& output, const FormatUnit* format, FormatArgume
         if (*format == '%') {
             ++format;
             output.Put('%');
+            continue;
+        }
+        if (const FormatArgument* const next = arguments.Peek();
+            next != nullptr && PrintPlain(output, FormatSyntax::GetCode(*format), *next)) {
+            arguments.Take();
+            ++format;
             continue;
         }
         Directive directive = FormatSyntax::ParsePrintDirective(format);

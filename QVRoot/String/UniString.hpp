@@ -487,9 +487,6 @@ private:
                                    bool isChecked);
     static UniString CheckedPrintf(const unsigned short* format, const FormatArgument* arguments, UInt32 count,
                                    bool isChecked);
-    template <class FormatUnit>
-    static UniString PrintfImpl(const FormatUnit* format, const FormatArgument* arguments, UInt32 count,
-                                bool isChecked);
     int CheckedScanf(const char* format, const ScanArgument* arguments, UInt32 count, bool isChecked) const;
     int CheckedScanf(const unsigned short* format, const ScanArgument* arguments, UInt32 count,
                      bool isChecked) const;

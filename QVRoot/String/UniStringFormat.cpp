@@ -15,6 +15,19 @@ void RequireFormat(const Unit* format)
     }
 }
 
+template <class FormatUnit>
+UniString PrintfImpl(const FormatUnit* format, const FormatArgument* arguments, UInt32 count, bool isChecked)
+{
+    RequireFormat(format);
+    UniString result;
+    unsigned short piece[256];
+    Impl::FormatOutput<unsigned short> output(piece, 256, UniStringHandleTextForPrintf, &result);
+    Impl::PrintChecked(output, format, {arguments, count},
+                       isChecked ? FormatUStrCheckedBefore : FormatUStrCheckDefault);
+    output.Flush();
+    return result;
+}
+
 } // namespace
 
 UniString::UniString(const String& text) : UniString()
@@ -43,20 +56,6 @@ const unsigned short* UniStringHandleTextForScanf(const UniString& string, UInt3
     static constexpr unsigned short empty[1] = {0};
     *count = string.GetLength();
     return *count == 0 ? empty : reinterpret_cast<const unsigned short*>(string.GetView().data());
-}
-
-template <class FormatUnit>
-UniString UniString::PrintfImpl(const FormatUnit* format, const FormatArgument* arguments, UInt32 count,
-                                bool isChecked)
-{
-    RequireFormat(format);
-    UniString result;
-    unsigned short piece[256];
-    Impl::FormatOutput<unsigned short> output(piece, 256, UniStringHandleTextForPrintf, &result);
-    Impl::PrintChecked(output, format, {arguments, count},
-                       isChecked ? FormatUStrCheckedBefore : FormatUStrCheckDefault);
-    output.Flush();
-    return result;
 }
 
 UniString UniString::CheckedPrintf(const char* format, const FormatArgument* arguments, UInt32 count,

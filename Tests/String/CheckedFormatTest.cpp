@@ -5,6 +5,7 @@
 #include <QVRoot/String/StringFormat.hpp>
 #include <QVRoot/String/UniStringFormat.hpp>
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -59,16 +60,13 @@ void CompareOverGrid(const std::string& conversion, Argument value)
 }
 
 #ifdef _WIN32
-constexpr bool cLibraryIsPlain = false; // its infinities, and what it does with "%#x" and "%a", are its own
+constexpr bool cLibraryIsPlain = false; // "%a" and what is not finite have forms of their own there
 #else
 constexpr bool cLibraryIsPlain = true;
 #endif
 
 TEST(CheckedPrintf, PrintsIntegersAsTheCLibraryDoes)
 {
-    if (!cLibraryIsPlain) {
-        GTEST_SKIP() << "compared on the other target";
-    }
     for (const char* const letter : {"d", "i", "u", "o", "x", "X"}) {
         for (const int value :
              {0, 1, -1, 42, -12345, std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
@@ -85,9 +83,6 @@ TEST(CheckedPrintf, PrintsIntegersAsTheCLibraryDoes)
 
 TEST(CheckedPrintf, PrintsFloatingPointAsTheCLibraryDoes)
 {
-    if (!cLibraryIsPlain) {
-        GTEST_SKIP() << "compared on the other target";
-    }
     const double values[] = {0.0,
                              -0.0,
                              1.0,
@@ -109,11 +104,15 @@ TEST(CheckedPrintf, PrintsFloatingPointAsTheCLibraryDoes)
                              std::numeric_limits<double>::quiet_NaN()};
     for (const char* const letter : {"f", "F", "e", "E", "g", "G", "a", "A"}) {
         for (const double value : values) {
-            CompareOverGrid(letter, value);
+            if (cLibraryIsPlain || (std::isfinite(value) && std::strpbrk(letter, "aA") == nullptr)) {
+                CompareOverGrid(letter, value);
+            }
         }
     }
-    EXPECT_EQ(Printed("%.1200f|%.900e|%#.1100g|%.30a", 5e-324, 1e-300, 0.1, 1.5),
-              PrintedByC("%.1200f|%.900e|%#.1100g|%.30a", 5e-324, 1e-300, 0.1, 1.5));
+    EXPECT_EQ(Printed("%.1200f|%.900e|%#.1100g", 5e-324, 1e-300, 0.1),
+              PrintedByC("%.1200f|%.900e|%#.1100g", 5e-324, 1e-300, 0.1));
+    EXPECT_EQ(Printed("%.20a %a %A %F %+g", 1.5, 0.0, -5e-324, -INFINITY, NAN),
+              "0x1.80000000000000000000p+0 0x0p+0 -0X0.0000000000001P-1022 -INF +nan");
     EXPECT_EQ(Printed("%Lf %lf", 2.5L, 2.5), "2.500000 2.500000");
 }
 
