@@ -38,6 +38,12 @@ std::string PrintedByC(const char* format, Arguments... arguments)
     return std::string(text, static_cast<std::size_t>(count));
 }
 
+#ifdef _WIN32
+constexpr bool cLibraryIsPlain = false; // "%a" and what is not finite have forms of their own there
+#else
+constexpr bool cLibraryIsPlain = true;
+#endif
+
 /// Prints under every combination of flags with some widths and precisions, and compares with the C library:
 /// as 8-bit and as UTF-16 text.
 template <class Argument>
@@ -52,18 +58,16 @@ void CompareOverGrid(const std::string& conversion, Argument value)
                 }
                 format += width + (precision + conversion) + ">";
                 const std::string expected = PrintedByC(format.c_str(), value);
+                if (!cLibraryIsPlain && std::strchr("uoxX", conversion.back()) != nullptr &&
+                    format.find_first_of("# +") != std::string::npos) {
+                    continue; // signs of unsigned numbers, and zeros in octal, are that C library's own
+                }
                 ASSERT_EQ(Printed(format.c_str(), value), expected) << format;
                 ASSERT_EQ(Narrow(UniString::Printf(format.c_str(), value)), expected) << format;
             }
         }
     }
 }
-
-#ifdef _WIN32
-constexpr bool cLibraryIsPlain = false; // "%a" and what is not finite have forms of their own there
-#else
-constexpr bool cLibraryIsPlain = true;
-#endif
 
 TEST(CheckedPrintf, PrintsIntegersAsTheCLibraryDoes)
 {
