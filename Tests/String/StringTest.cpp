@@ -153,11 +153,8 @@ TEST(String, ComparesInTheLocaleAndHashesEveryByte)
     EXPECT_EQ(oak.Compare("ash", static_cast<UniChar::CaseComparison>(2)), UniChar::Equal);
     EXPECT_TRUE(oak.IsEqual("OAK", UniChar::IgnoreCase) && String("ash") < oak && !(oak < oak));
     EXPECT_TRUE(String("\xC3\xA9") < String("z")) << "letters, not bytes";
-    EXPECT_GT(CHCompareTexts("\xFF", "a", UTF8CharCode, CaseSensitiveType), 0) << "illegal text: bytes";
-    EXPECT_LT(CHCompareTexts(nullptr, "", UTF8CharCode, CaseSensitiveType), 0);
     const std::string long_(1000, 'y');
-    EXPECT_EQ(CHCompareTexts((long_ + "a").c_str(), (long_ + "A").c_str(), UTF8CharCode, CaseInsensitiveType),
-              0);
+    EXPECT_TRUE(String((long_ + "a").c_str()).IsEqual((long_ + "A").c_str(), UniChar::IgnoreCase));
     EXPECT_EQ(String().GenerateHashValue(), 0u);
     EXPECT_EQ(String("ab").GenerateHashValue(), 97u * 65599 + 98);
     EXPECT_EQ(String("\x80").GenerateHashValue(), 0xFFFFFF80u) << "bytes are signed";
@@ -309,27 +306,6 @@ TEST(StringPersistence, AHostileLengthTakesNoMemory)
         EXPECT_TRUE(text.IsEmpty());
         EXPECT_LT(text.GetCapacity(), 200000u);
     }
-}
-
-TEST(CharText, ConvertsBetweenUtf8AndACodePage)
-{
-    char bytes[8] = "#######";
-    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, nullptr, 0, WesternCharCode), 3);
-    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, bytes, 8, WesternCharCode), 3);
-    EXPECT_EQ(std::string(bytes, 4), "gr\xFC#");
-    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", -1, bytes, 8, WesternCharCode), 4) << "with the terminator";
-    EXPECT_EQ(CHUTF8toANSI("\xC4\x80\xE4\xB8\x80", 5, bytes, 8, WesternCharCode), 2);
-    EXPECT_EQ(std::string(bytes, 2), "A?") << "the nearest there is";
-    EXPECT_EQ(CHUTF8toANSI("gr\xC3\xBC", 4, bytes, 2, WesternCharCode), 0);
-    EXPECT_EQ(CHUTF8toANSI("gr\xC3", 3, bytes, 8, WesternCharCode), 0);
-    EXPECT_EQ(CHUTF8toANSI(nullptr, 4, bytes, 8, WesternCharCode), 0);
-    EXPECT_EQ(CHANSItoUTF8("\xFC\x80", 2, bytes, 8, WesternCharCode), 5);
-    EXPECT_EQ(std::string(bytes, 5), "\xC3\xBC\xE2\x82\xAC");
-    const std::string sample(1000, 'x');
-    Testing::SweepAllocationFailures([&sample] {
-        std::string copy = sample;
-        return CHUTF8toANSI(sample.data(), 1000, copy.data(), 1000, WesternCharCode) == 1000;
-    });
 }
 
 TEST(StringInOtherClasses, ConvertsByTheDefaultCodePage)
