@@ -13,7 +13,7 @@ namespace {
 constexpr ClassInfo measurementsInfo("Tour::Measurements", {1, 2},
                                      Guid(0x7C0A5D12, 0x94E3, 0x4B7F,
                                           {0xA1, 0x5E, 0x0D, 0x38, 0xF6, 0x42, 0x9B, 0xC7}),
-                                     {1, 0}, {1, 0});
+                                     {2, 0}, {2, 0});
 
 } // namespace
 
@@ -37,6 +37,7 @@ QVErrCode Measurements::Write(OChannel& oc) const
     const OutputFrame frame(oc, measurementsInfo);
     oc << files << inputBytes << characters << paragraphs << archiveBytes;
     oc << liveBlocks << liveBytes << peakBytes;
+    summary.Write(oc);
     oc << stages.GetCount();
     for (const Stage& stage : stages) {
         oc << stage.name << stage.bytes << stage.nanoseconds << stage.allocations;
@@ -59,6 +60,7 @@ QVErrCode Measurements::Read(IChannel& ic)
          {&inputBytes, &characters, &paragraphs, &archiveBytes, &liveBlocks, &liveBytes, &peakBytes}) {
         ic.Read(*number);
     }
+    summary.Read(ic);
     UInt32 count = 0;
     ic.Read(count);
     for (UInt32 i = 0; i < count && ic.GetInputStatus() == NoError; ++i) {

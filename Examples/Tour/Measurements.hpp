@@ -2,6 +2,8 @@
 /// over.
 #pragma once
 
+#include "TextWork.hpp"
+
 #include <QVRoot/Containers/Array.hpp>
 #include <QVRoot/String/UniString.hpp>
 
@@ -32,6 +34,7 @@ public:
     QV::UInt64 liveBlocks = 0; ///< with all documents in memory
     QV::UInt64 liveBytes = 0;
     QV::UInt64 peakBytes = 0;
+    WordSummary summary;
     QV::Array<Stage> stages;
     QV::Array<VersionResult> versions;
 

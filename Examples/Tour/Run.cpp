@@ -59,6 +59,7 @@ const Measurements& Run::Execute()
     Measure("read files", input, [this] { ReadFiles(); });
     Measure("decode", input, [this] { DecodeFiles(); });
     Measure("make documents", input, [this] { MakeDocuments(); });
+    WorkWithText();
     Measure("write to memory", packed, [this] { WriteToMemory(); });
     Measure("read from memory", packed, [this] { ReadFromMemory(); });
     Measure("compare", packed, [this] { CompareDocuments(); });
@@ -111,6 +112,17 @@ void Run::MakeDocuments()
     for (const auto& file : files_) {
         documents_.Emplace(file->input.path, file->text);
     }
+}
+
+void Run::WorkWithText()
+{
+    const UInt64& input = measurements_.inputBytes;
+    Measure("replace and trim", input, [this] { textWork_.Clean(documents_); });
+    Measure("lower case", input, [this] { textWork_.FoldCase(); });
+    Measure("split and count", input, [this] { textWork_.SplitAndCount(); });
+    Measure("natural order", input, [this] { textWork_.Sort(); });
+    measurements_.summary = textWork_.GetSummary();
+    textWork_.Clear();
 }
 
 void Run::WriteToMemory()

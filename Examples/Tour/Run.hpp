@@ -6,6 +6,7 @@
 #include "Measurements.hpp"
 #include "Options.hpp"
 #include "Progress.hpp"
+#include "TextWork.hpp"
 
 #include <Host/MarkingMemOChannel.hpp>
 
@@ -36,6 +37,7 @@ private:
     void ReadFiles();
     void DecodeFiles();
     void MakeDocuments();
+    void WorkWithText();
     void WriteToMemory();
     void ReadFromMemory();
     void CompareDocuments();
@@ -51,6 +53,7 @@ private:
     QV::Array<Document> documents_;
     QV::Array<Document> readBack_;
     QV::Host::MarkingMemOChannel memory_;
+    TextWork textWork_;
     Measurements measurements_;
 };
 

@@ -67,6 +67,12 @@ void PrintTable(const std::vector<BackEndRun>& runs)
     PrintRow("most bytes in use", "", runs,
              [](const BackEndRun& run) { return Group(run.measurements.peakBytes); });
 
+    const WordSummary& words = first.summary;
+    std::printf("\n%s words, %s of them different, from \"%s\" to \"%s\"; most frequent: \"%s\", %s times\n",
+                Group(words.words).c_str(), Group(words.distinct).c_str(), ToText(words.first).c_str(),
+                ToText(words.last).c_str(), ToText(words.mostFrequent).c_str(),
+                Group(words.occurrences).c_str());
+
     std::printf("\nversions of the document class\n");
     for (const VersionResult& version : first.versions) {
         std::printf("  %-34s %s\n", ToText(version.what).c_str(), ToText(version.outcome).c_str());

@@ -2,6 +2,7 @@
 #include <Examples/Tour/NewerDocument.hpp>
 #include <Examples/Tour/Program.hpp>
 #include <Examples/Tour/TextDecoder.hpp>
+#include <Examples/Tour/TextWork.hpp>
 #include <Examples/Tour/VersionCheck.hpp>
 #include <Host/MarkingMemOChannel.hpp>
 #include <Host/PositionedMemIChannel.hpp>
@@ -109,6 +110,26 @@ TEST(Tour, SplitsTextsAndCounts)
     EXPECT_EQ(document.GetStatistics().characters, 18u);
     EXPECT_EQ(document.GetStatistics().words, 5u);
     EXPECT_EQ(document.GetStatistics().longest, 14u);
+}
+
+TEST(Tour, CountsWordsRegardlessOfCaseAndSpace)
+{
+    Array<Document> documents;
+    documents.Emplace(UniString(u"a"), UniString(u"Page 10,\tpage 9;\r\nPAGE\u00A02 (\u041F\u0440\u0438)\n"));
+    documents.Emplace(UniString(u"b"),
+                      UniString(u" \u03A3\u03BF\u03C6\u03AF\u03B1\u3000\u043F\u0440\u0438 "));
+    TextWork work;
+    work.Clean(documents);
+    work.FoldCase();
+    work.SplitAndCount();
+    work.Sort();
+    const WordSummary summary = work.GetSummary();
+    EXPECT_EQ(summary.words, 9u);
+    EXPECT_EQ(summary.distinct, 6u);
+    EXPECT_TRUE(summary.mostFrequent == u"page");
+    EXPECT_EQ(summary.occurrences, 3u);
+    EXPECT_TRUE(summary.first == u"2");
+    EXPECT_TRUE(summary.last == u"\u043F\u0440\u0438");
 }
 
 TEST(Tour, VersionsReadEachOther)
