@@ -24,7 +24,7 @@ QV_EXPORT unsigned short GetListSeparatorSymbol();
 /// Sizes of the groups of digits, from the decimal symbol leftward.
 class QV_EXPORT DigitGroupingSpecification {
 public:
-    enum RepeatOption {
+    enum RepeatOption : int {
         NoRepeat = 0,   ///< no grouping beyond the listed groups
         RepeatLast = 1, ///< the last size goes on
     };

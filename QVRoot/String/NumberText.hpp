@@ -22,13 +22,13 @@
 namespace QV {
 
 /// What may follow the number.
-enum ToValueMode {
+enum ToValueMode : int {
     ToValueWholeText = 0, ///< white space only
     ToValueBeginning = 1, ///< anything
 };
 
 /// What becomes of text that begins or ends with a space, tab, line feed or carriage return.
-enum TrimWSMode {
+enum TrimWSMode : int {
     TrimWSAllowed = 0,
     TrimWSRefused = 1,
 };

@@ -32,7 +32,7 @@ public:
     using CompareResult = UniChar::CompareResult;
     using CaseComparison = UniChar::CaseComparison;
 
-    enum OwnershipType {
+    enum OwnershipType : int {
         KeepOwnership = 0, ///< the buffer stays the caller's
         TakeOwnership = 1, ///< the string frees it with `MemoryManager::Free`
     };

@@ -18,7 +18,7 @@ namespace QV {
 class QV_EXPORT UniChar {
 public:
     enum CompareResult { Less = 0, Equal = 1, Greater = 2 };
-    enum CaseComparison { CaseSensitive = 0, IgnoreCase = 1 };
+    enum CaseComparison : int { CaseSensitive = 0, IgnoreCase = 1 };
     enum Case { LowerCase = 0, UpperCase = 1 };
     enum Width { HalfWidth = 0, FullWidth = 1 };
     enum NormalizationFormType { NFD = 0, NFC = 1, NFKD = 2, NFKC = 3 };
