@@ -31,8 +31,7 @@ constexpr UInt32 trustedLength = 65536;
 
 constexpr UInt32 maxPiece = 0x40000000;
 
-/// Converts a whole text; false where it does not convert, and then the result is empty, or for lack of
-/// memory out of it.
+/// Converts a whole text; false for an empty one and for lack of memory, when the result is out of it.
 template <class Convert>
 bool ConvertText(std::string_view source, Convert convert, String& result)
 {
@@ -112,7 +111,6 @@ QVErrCode String::WriteContent(OChannel& oc, UInt8 version) const
     if (legacyText.isOutOfMemory_) {
         return ErrMemoryFull;
     }
-    // What does not convert goes out as it stands.
     WriteBytes(oc, isLegacy ? legacyText.GetView() : GetView());
     return oc.GetOutputStatus();
 }
@@ -189,7 +187,6 @@ QVErrCode String::ReadBytes(IChannel& ic, UInt32 length)
     return ic.GetInputStatus();
 }
 
-/// Text that does not convert stays as it stands.
 QVErrCode String::ConvertFromLegacy()
 {
     String text;
