@@ -62,7 +62,7 @@ public:
 
     using CompareResult = UniChar::CompareResult;
     using CaseComparison = UniChar::CaseComparison;
-    enum EmptyPartProcessing { KeepEmptyParts = 0, DropEmptyParts = 1 };
+    enum EmptyPartProcessing : int { KeepEmptyParts = 0, DropEmptyParts = 1 };
 
     /// As a count: to the end. As a position: not found.
     static constexpr unsigned int Npos = 0xFFFFFFFF;
