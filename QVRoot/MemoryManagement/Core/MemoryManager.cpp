@@ -3,6 +3,7 @@
 #include <QVRoot/MemoryManagement/Core/BackEndChoiceImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManager.hpp>
 #include <QVRoot/MemoryManagement/Core/MemoryManagerImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/Pooled/FastPathsImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/SystemHeapImpl.hpp>
 
 #include <atomic>
@@ -18,6 +19,8 @@ struct Slots {
     std::atomic<void* (*)(USize)> allocate = nullptr;
     std::atomic<void* (*)(void*, USize)> reallocate = nullptr;
     std::atomic<void (*)(void*)> free = nullptr;
+    /// Whether they are the pooled heap's own. Its usual path is short enough to be taken without a call.
+    std::atomic<bool> arePooled = false;
 };
 
 constinit Slots slots;
@@ -30,6 +33,7 @@ void FillSlots() noexcept
     slots.reallocate.store(backEnd.reallocate, std::memory_order_relaxed);
     slots.free.store(backEnd.free, std::memory_order_relaxed);
     slots.allocate.store(backEnd.allocate, std::memory_order_release);
+    slots.arePooled.store(&backEnd == &Impl::GetPooledHeap(), std::memory_order_release);
 }
 
 auto GetAllocateSlot() noexcept
@@ -54,6 +58,12 @@ auto GetFreeSlot() noexcept
     return slots.free.load(std::memory_order_relaxed);
 }
 
+void* AllocateFromSlot(USize size, MemoryManager::ExceptionBehaviour behaviour, bool report)
+{
+    void* const block = GetAllocateSlot()(size);
+    return block != nullptr ? block : Impl::AllocateAfterFailure(size, behaviour, report);
+}
+
 /// Where an aligned block keeps the address of the block that it was cut from.
 void* LoadRawAddress(const void* block) noexcept
 {
@@ -70,8 +80,12 @@ MemoryManager::~MemoryManager() = default;
 
 void* MemoryManager::Allocate(USize size, ExceptionBehaviour behaviour, bool report)
 {
-    void* const block = GetAllocateSlot()(size);
-    return block != nullptr ? block : Impl::AllocateAfterFailure(size, behaviour, report);
+    if (slots.arePooled.load(std::memory_order_acquire)) {
+        if (void* const block = Impl::Pooled::TryAllocate(size)) [[likely]] {
+            return block;
+        }
+    }
+    return AllocateFromSlot(size, behaviour, report);
 }
 
 void* MemoryManager::Reallocate(void* block, USize size, ExceptionBehaviour behaviour, bool report)
@@ -89,7 +103,9 @@ void* MemoryManager::Reallocate(void* block, USize size, ExceptionBehaviour beha
 
 void MemoryManager::Free(void* block)
 {
-    GetFreeSlot()(block);
+    if (!slots.arePooled.load(std::memory_order_acquire) || !Impl::Pooled::TryFree(block)) {
+        GetFreeSlot()(block);
+    }
 }
 
 USize MemoryManager::MSize(void* block)

@@ -73,8 +73,8 @@ void Narrow(const unsigned short* source, USize length, char* text)
     }
 }
 
-/// Reads whole aligned registers, which end where a page ends or before, hence not checked by the sanitizer.
-[[gnu::no_sanitize_address]] inline USize Length16(const unsigned short* text)
+/// Reads whole aligned registers, which end where a page ends or before, hence not checked by the sanitizers.
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] inline USize Length16(const unsigned short* text)
 {
     const USize address = reinterpret_cast<USize>(text);
     const USize misfit = address % vectorBytes;

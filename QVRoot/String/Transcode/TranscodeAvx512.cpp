@@ -49,8 +49,8 @@ void Narrow(const unsigned short* source, USize length, char* target)
     _mm256_mask_storeu_epi8(target, lanes, _mm512_cvtepi16_epi8(_mm512_maskz_loadu_epi16(lanes, source)));
 }
 
-/// Reads whole aligned vectors, which end where a page ends or before, hence not checked by the sanitizer.
-[[gnu::no_sanitize_address]] USize Length16(const unsigned short* text)
+/// Reads whole aligned vectors, which end where a page ends or before, hence not checked by the sanitizers.
+[[gnu::no_sanitize_address, gnu::no_sanitize_thread]] USize Length16(const unsigned short* text)
 {
     const USize address = reinterpret_cast<USize>(text);
     const USize misfit = address % vectorBytes;

@@ -2,11 +2,11 @@
 
 #include <QVRoot/MemoryManagement/Core/BackEndImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/CentralListImpl.hpp>
+#include <QVRoot/MemoryManagement/Core/Pooled/FastPathsImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/LargeBlocksImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/MetadataImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/PageHeapImpl.hpp>
 #include <QVRoot/MemoryManagement/Core/Pooled/SlowPathsImpl.hpp>
-#include <QVRoot/MemoryManagement/Core/Pooled/ThreadCacheImpl.hpp>
 
 namespace QV::Impl {
 
@@ -15,19 +15,13 @@ namespace {
 
 void* Allocate(USize size)
 {
-    ThreadCache* const cache = ThreadCache::GetIfAny();
-    if (size <= LookupLimit && cache != nullptr) [[likely]] {
-        if (void* const block = cache->Pop(LookUpSizeClass(size))) [[likely]] {
-            return block;
-        }
-    }
-    return AllocateAnySize(size);
+    void* const block = TryAllocate(size);
+    return block != nullptr ? block : AllocateAnySize(size);
 }
 
 void Free(void* block)
 {
-    ThreadCache* const cache = ThreadCache::GetIfAny();
-    if (cache == nullptr || !cache->Push(block)) [[unlikely]] {
+    if (!TryFree(block)) [[unlikely]] {
         FreeAnyBlock(block);
     }
 }
