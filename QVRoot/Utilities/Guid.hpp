@@ -204,15 +204,14 @@ constexpr UInt16 Guid::GetHashValue() const noexcept
     const UInt64 sum1 = (even + odd) * ones >> 48;
     const UInt64 frontSum = (frontEven + frontOdd) * ones >> 48;
     const UInt64 sum2 = 8 * frontSum + ((even * 0x0008000600040002 + odd * 0x0007000500030001) >> 48);
-    // A number below 65536 modulo 255: 256 counts as 1.
-    constexpr auto reduce = [](UInt64 sum) {
-        const UInt64 folded = (sum & 0xFF) + (sum >> 8);
-        return folded >= 255 ? folded - 255 : folded;
-    };
-    const UInt64 negative = reduce(sum2);
-    const UInt64 low = negative == 0 ? 0 : 255 - negative;
-    const UInt64 high = reduce(sum2 - sum1);
-    return static_cast<UInt16>(low | high << 8);
+    // The value's two bytes are -sum2 and sum2 - sum1 modulo 255, where 256 counts as 1: side by side. The
+    // largest second sum, 34680, is a multiple of 255 and keeps the first difference positive.
+    constexpr UInt64 bytes = 0x000000FF000000FF;
+    const UInt64 both = (34680 - sum2) | (sum2 - sum1) << 32;
+    const UInt64 folded = (both & bytes) + (both >> 8 & bytes);
+    constexpr UInt64 units = 0x0000000100000001;
+    const UInt64 reduced = folded + ((folded + units) >> 8 & units);
+    return static_cast<UInt16>((reduced & 0xFF) | (reduced >> 24 & 0xFF00));
 }
 
 } // namespace QV
