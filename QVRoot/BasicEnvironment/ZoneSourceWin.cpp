@@ -1,5 +1,6 @@
 #include <QVRoot/BasicEnvironment/ZoneRulesWinImpl.hpp>
 
+#include <algorithm>
 #include <cstring>
 
 namespace QV::Impl {
@@ -33,6 +34,32 @@ void ClearBehindTerminator(WCHAR (&text)[N]) noexcept
     const size_t length = wcsnlen(text, N);
     std::memset(text + length, 0, (N - length) * sizeof(WCHAR));
 }
+
+/// The rules of a zone year by year.
+class History {
+public:
+    explicit History(DYNAMIC_TIME_ZONE_INFORMATION& zone) noexcept : zone_(zone)
+    {
+        // Its first fields are those of the plain form.
+        std::memcpy(&current_, &zone, sizeof(current_));
+        isKnown_ = !zone.DynamicDaylightTimeDisabled &&
+                   GetDynamicTimeZoneInformationEffectiveYears(&zone, &first_, &last_) == ERROR_SUCCESS;
+    }
+
+    TIME_ZONE_INFORMATION GetRules(UInt32 year) const noexcept
+    {
+        const auto known = static_cast<USHORT>(std::clamp<DWORD>(year, first_, std::max(first_, last_)));
+        TIME_ZONE_INFORMATION rules;
+        return isKnown_ && GetTimeZoneInformationForYear(known, &zone_, &rules) ? rules : current_;
+    }
+
+private:
+    DYNAMIC_TIME_ZONE_INFORMATION& zone_;
+    TIME_ZONE_INFORMATION current_;
+    bool isKnown_;
+    DWORD first_ = 0;
+    DWORD last_ = 0;
+};
 
 } // namespace
 
@@ -71,14 +98,10 @@ bool LoadZone(const ZoneSource& source, ZoneTable& table) noexcept
         return false;
     }
     std::memcpy(&zone, source.identity, sizeof(zone));
-    // Its first fields are those of the plain form: the rules of the current year.
-    TIME_ZONE_INFORMATION current;
-    std::memcpy(&current, &zone, sizeof(current));
+    const History history(zone);
     bool sound = true;
     for (UInt32 year = firstZoneYear; year <= lastZoneYear && sound; ++year) {
-        TIME_ZONE_INFORMATION ofYear;
-        const bool isKnown = GetTimeZoneInformationForYear(static_cast<USHORT>(year), &zone, &ofYear) != 0;
-        const YearlyRules rules = MakeYearlyRules(isKnown ? ofYear : current);
+        const YearlyRules rules = MakeYearlyRules(history.GetRules(year));
         if (year == firstZoneYear) {
             table = ZoneTable(rules.standardOffset);
         }

@@ -8,7 +8,7 @@
 /// Its text is 36 characters in groups of 8, 4, 4, 4 and 12 upper-case hexadecimal digits.
 ///
 /// Threads: a plain value; identifiers may be generated on any thread. Errors: results only. Allocation:
-/// none, but for the result of `ToUniString`.
+/// none, but for the strings.
 #pragma once
 
 #include <QVRoot/BasicEnvironment/BaseTypes.h>
@@ -21,6 +21,7 @@ namespace QV {
 
 class IChannel;
 class OChannel;
+class String;
 class UniString;
 
 class QV_EXPORT Guid {
@@ -96,6 +97,7 @@ public:
     /// when it is below `TextSize`.
     QVErrCode ConvertToString(char* buffer) const noexcept;
     QVErrCode ConvertToString(char* buffer, UInt32 size) const noexcept;
+    String ToString() const;
     UniString ToUniString() const;
 
     /// Read groups of 8, 4, 4 and eight times 2 hexadecimal digits of either case. Before each group whatever

@@ -29,6 +29,12 @@ public:
     Turn& operator=(const Turn&) = delete;
 };
 
+/// A thread that was served when the process forked does not exist in the child.
+void ForgetOtherTurns() noexcept
+{
+    nowServing.store(nextTicket.load(std::memory_order_relaxed), std::memory_order_relaxed);
+}
+
 Guid MakeNextGuid() noexcept
 {
     const Turn turn;
@@ -50,7 +56,9 @@ QVErrCode Guid::Generate() noexcept
 
 void Guid::GenerateDeterministicGuids() noexcept
 {
-    isDeterministic.store(true, std::memory_order_relaxed);
+    if (!isDeterministic.exchange(true, std::memory_order_relaxed)) {
+        Impl::CallAfterFork(ForgetOtherTurns);
+    }
 }
 
 void Guid::RestartDeterministicGuidGenerator() noexcept

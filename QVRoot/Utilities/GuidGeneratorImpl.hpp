@@ -10,4 +10,7 @@ namespace QV::Impl {
 /// Threads: any. The two processes after a fork go on with different identifiers.
 bool GenerateRandomGuid(Guid& value) noexcept;
 
+/// Has a function called in the child after every fork, where the process has only one thread left.
+void CallAfterFork(void (*function)()) noexcept;
+
 } // namespace QV::Impl

@@ -2,6 +2,7 @@
 #include <QVRoot/Utilities/GuidGeneratorImpl.hpp>
 #include <QVRoot/Utilities/RandomStreamPosixImpl.hpp>
 
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/random.h>
 #include <unistd.h>
@@ -117,6 +118,11 @@ bool GenerateRandomGuid(Guid& value) noexcept
     image[1] = (image[1] & ~UInt64{0xC0}) | 0x80;
     std::memcpy(static_cast<void*>(&value), image, sizeof(image));
     return true;
+}
+
+void CallAfterFork(void (*function)()) noexcept
+{
+    pthread_atfork(nullptr, nullptr, function);
 }
 
 } // namespace QV::Impl

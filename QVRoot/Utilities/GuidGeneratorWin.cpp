@@ -18,4 +18,6 @@ bool GenerateRandomGuid(Guid& value) noexcept
     return true;
 }
 
+void CallAfterFork(void (*)()) noexcept {}
+
 } // namespace QV::Impl

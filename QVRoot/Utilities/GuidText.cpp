@@ -1,3 +1,4 @@
+#include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniString.hpp>
 #include <QVRoot/Utilities/GuidTextImpl.hpp>
 
@@ -46,6 +47,13 @@ QVErrCode Guid::ConvertToString(char* buffer, UInt32 size) const noexcept
     Impl::PrintGuid(*this, buffer);
     buffer[Impl::guidTextLength] = 0;
     return NoError;
+}
+
+String Guid::ToString() const
+{
+    char text[Impl::guidTextLength];
+    Impl::PrintGuid(*this, text);
+    return String(text, Impl::guidTextLength);
 }
 
 UniString Guid::ToUniString() const

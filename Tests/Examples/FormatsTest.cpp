@@ -55,6 +55,8 @@ const std::map<std::string, Writer> writers = {
      [](OChannel& oc) {
          oc << Guid(0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF});
      }},
+    {"text of Guid 00112233-4455-6677-8899-AABBCCDDEEFF",
+     [](OChannel& oc) { Guid("00112233-4455-6677-8899-AABBCCDDEEFF").WriteAsText(oc); }},
     {"ClassVersion 3.1",
      [](OChannel& oc) {
          ClassVersion{3, 1}.Write(oc);

@@ -1,5 +1,6 @@
 #include <QVRoot/Channel/IMemChannel.hpp>
 #include <QVRoot/Channel/OMemChannel.hpp>
+#include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniString.hpp>
 #include <QVRoot/Utilities/Guid.hpp>
 
@@ -68,6 +69,7 @@ TEST(Guid, PrintsInUpperCaseWithoutBraces)
     EXPECT_EQ(Print(sample), sampleText);
     EXPECT_EQ(Print(Guid()), "00000000-0000-0000-0000-000000000000");
     EXPECT_EQ(sample.ToUniString(), UniString(sampleText));
+    EXPECT_STREQ(sample.ToString().ToCStr(), sampleText);
     char text[Guid::TextSize] = "x";
     EXPECT_EQ(sample.ConvertToString(text, Guid::TextSize - 1), ErrParam);
     EXPECT_STREQ(text, "x");
