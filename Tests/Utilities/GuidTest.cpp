@@ -241,7 +241,9 @@ TEST(Guid, HasSixteenBytesInEveryNativeForm)
 
 TEST(Guid, ReadsItsTextFromAChannel)
 {
-    const std::string text = std::string(sampleText) + "91EBEEBE+9D23-4FF6-B544-D148407C3BF7" + "91EB";
+    const std::string text = "91EBEEBE-9D23-4FF6-B544-D148407C3BF7"
+                             "91EBEEBE+9D23-4FF6-B544-D148407C3BF7"
+                             "91EB";
     IMemChannel ic(text.data(), static_cast<int>(text.size()));
     Guid guid;
     EXPECT_EQ(guid.ReadAsText(ic), NoError);
