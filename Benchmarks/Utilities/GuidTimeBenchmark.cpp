@@ -71,7 +71,7 @@ struct BoostTraits {
         value = boost::uuids::string_generator()(text);
         return true;
     }
-    static void Print(const Value& value, char* text) { boost::uuids::to_chars(value, text); }
+    static void Print(const Value& value, char* text) { std::memcpy(text, to_string(value).data(), 36); }
     static std::size_t Hash(const Value& value) { return hash_value(value); }
     static bool IsLess(const Value& a, const Value& b) { return a < b; }
 };
@@ -215,7 +215,7 @@ void RegisterTimes()
         });
         RegisterTime("TimeToRecord" + where + "/QV", [utc](int time) {
             QV::QVTimeRecord record;
-            QV::TIGetTimeRecord(time, &record, utc ? QV::TITimeInUTC : 0);
+            QV::TIGetTimeRecord(time, &record, utc * QV::TITimeInUTC);
             benchmark::DoNotOptimize(record);
         });
         RegisterTime("TimeToRecord" + where + "/libc", [utc](int seconds) {
