@@ -1,17 +1,14 @@
 #include <QVRoot/BasicEnvironment/QVTime.hpp>
-#include <QVRoot/BasicEnvironment/System.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/String/UniString.hpp>
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <limits>
 #include <string>
-#include <thread>
 
 namespace QV {
 namespace {
@@ -52,15 +49,6 @@ TEST(QVTime, IsTheSystemsClock)
     EXPECT_EQ(TIGetQVTime(&record, &time, TITimeInUTC), NoError);
     EXPECT_LE(time - now, 2);
     EXPECT_GE(time - now, 0);
-}
-
-TEST(QVTime, MonotonicMillisecondsFollowTheClock)
-{
-    const UInt64 before = System::GetCurrentTimeMillis();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    const UInt64 passed = System::GetCurrentTimeMillis() - before;
-    EXPECT_GE(passed, 49u);
-    EXPECT_LT(passed, 5000u);
 }
 
 TEST(QVTime, ConvertsRecordsOfTheWholeRangeInUtc)

@@ -13,8 +13,12 @@
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <random>
+#include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -112,6 +116,29 @@ TEST(TimeZone, KnowsTheHistoryOfAZone)
     EXPECT_EQ(ToLocal(At({1995, 10, 0, 1, 12, 0, 0, 0})), "1995-10-01T13:00:00"); // until 1995 to September
     EXPECT_EQ(ToLocal(At({1996, 10, 0, 1, 12, 0, 0, 0})), "1996-10-01T14:00:00");
     EXPECT_EQ(ToLocal(At({2037, 7, 0, 1, 12, 0, 0, 0})), "2037-07-01T14:00:00"); // by the rules
+}
+
+TEST(TimeZone, HasTheSameRulesOnAllThreads)
+{
+    std::set<const ZoneTable*> found;
+    std::mutex mutex;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            const ZoneTable* const zone = GetCurrentZone();
+            const std::lock_guard guard(mutex);
+            found.insert(zone);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    // Threads that meet at the first look may each have made a table, which then is the same.
+    for (const ZoneTable* const zone : found) {
+        ASSERT_NE(zone, nullptr);
+        EXPECT_EQ(zone->GetOffset(0), GetCurrentZone()->GetOffset(0));
+    }
+    EXPECT_EQ(GetCurrentZone(), GetCurrentZone());
 }
 
 TEST(TimeZone, GivesTheBiasesOfTheYear)
