@@ -42,11 +42,6 @@ std::unique_ptr<ZoneTable> MakeTable(const TIME_ZONE_INFORMATION& zone)
     return table;
 }
 
-QVTimeRecord Make(Int64 time)
-{
-    return MakeRecord(time);
-}
-
 Int64 GetSeconds(const SYSTEMTIME& time)
 {
     QVTimeRecord record;
@@ -56,7 +51,7 @@ Int64 GetSeconds(const SYSTEMTIME& time)
 
 SYSTEMTIME ToSystemTime(Int64 time)
 {
-    const QVTimeRecord record = Make(time);
+    const QVTimeRecord record = MakeRecord(time);
     SYSTEMTIME result;
     std::memcpy(&result, &record, sizeof(result));
     return result;
