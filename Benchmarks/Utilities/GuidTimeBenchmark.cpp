@@ -142,10 +142,11 @@ void Parse(benchmark::State& state)
 template <class Traits>
 void Print(benchmark::State& state)
 {
+    const auto& values = GetValues<Traits>();
     char text[40];
     std::size_t i = 0;
     for (auto _ : state) {
-        Traits::Print(GetValues<Traits>()[i++ % count], text);
+        Traits::Print(values[i++ % count], text);
         benchmark::DoNotOptimize(text);
     }
 }
@@ -153,18 +154,19 @@ void Print(benchmark::State& state)
 template <class Traits>
 void Hash(benchmark::State& state)
 {
+    const auto& values = GetValues<Traits>();
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(Traits::Hash(GetValues<Traits>()[i++ % count]));
+        benchmark::DoNotOptimize(Traits::Hash(values[i++ % count]));
     }
 }
 
 template <class Traits>
 void Compare(benchmark::State& state)
 {
+    const auto& values = GetValues<Traits>();
     std::size_t i = 0;
     for (auto _ : state) {
-        const auto& values = GetValues<Traits>();
         benchmark::DoNotOptimize(Traits::IsLess(values[i % count], values[(i + 1) % count]));
         ++i;
     }
