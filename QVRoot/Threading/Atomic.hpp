@@ -6,6 +6,7 @@
 #include <QVRoot/BasicEnvironment/BaseTypes.h>
 
 #include <atomic>
+#include <type_traits>
 
 namespace QV {
 
@@ -57,6 +58,26 @@ inline UInt32 AtomicIncrement(UInt32 volatile* value) noexcept
 inline UInt32 AtomicDecrement(UInt32 volatile* value) noexcept
 {
     return std::atomic_ref<UInt32>(const_cast<UInt32&>(*value)).fetch_sub(1) - 1;
+}
+
+inline Int32 AtomicIncrement(Int32 volatile* value) noexcept
+{
+    return std::atomic_ref<Int32>(const_cast<Int32&>(*value)).fetch_add(1) + 1;
+}
+inline Int32 AtomicDecrement(Int32 volatile* value) noexcept
+{
+    return std::atomic_ref<Int32>(const_cast<Int32&>(*value)).fetch_sub(1) - 1;
+}
+
+template <class T>
+T AtomicLoad(T const volatile* value) noexcept
+{
+    return std::atomic_ref<T>(const_cast<T&>(*value)).load(std::memory_order_acquire);
+}
+template <class T>
+void AtomicStore(T volatile* value, std::type_identity_t<T> desired) noexcept
+{
+    std::atomic_ref<T>(const_cast<T&>(*value)).store(desired, std::memory_order_release);
 }
 
 } // namespace QV

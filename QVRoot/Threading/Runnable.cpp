@@ -1,0 +1,7 @@
+#include <QVRoot/Threading/Runnable.hpp>
+
+namespace QV {
+
+Runnable::~Runnable() = default;
+
+} // namespace QV

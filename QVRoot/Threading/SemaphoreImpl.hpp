@@ -1,0 +1,40 @@
+/// The permits of a `Semaphore`.
+///
+/// One word holds the count, and a flag as long as threads are queued. Without the flag the word changes by
+/// compare-and-swap; with it, only under the `FastLock`. A permit released to a waiter goes to it directly,
+/// so the count stays 0 as long as somebody waits, and two releases never wake the same thread.
+#pragma once
+
+#include <QVRoot/Threading/WaiterQueueImpl.hpp>
+
+namespace QV::Impl {
+
+class SemaphoreImpl {
+public:
+    SemaphoreImpl(UInt32 initialCount, UInt32 maximumCount) noexcept
+        : word_(initialCount), maximum_(maximumCount)
+    {
+    }
+
+    void Acquire(bool interruptible);
+    bool TryAcquire(UInt32 timeoutMs, bool interruptible);
+    void Release();
+
+private:
+    /// The low half is the count.
+    enum : UInt64 { Queued = UInt64{1} << 32 };
+
+    bool TryTake() noexcept;
+    bool TakeBySpinning() noexcept;
+    bool TakeOrMarkQueued() noexcept;
+    MonitorState::Result Take(UInt32 milliseconds, bool interruptible);
+    bool TryPut();
+    bool HandOver();
+
+    std::atomic<UInt64> word_;
+    UInt32 maximum_;
+    FastLock lock_;
+    WaiterQueue waiters_;
+};
+
+} // namespace QV::Impl
