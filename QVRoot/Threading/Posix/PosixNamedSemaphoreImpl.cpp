@@ -119,7 +119,8 @@ public:
         if (file_ < 0) {
             return;
         }
-        if (SetMark(file_, OpeningOrClosing, F_WRLCK, true) && IsNamed() &&
+        // A fork's child shares the marks with its parent, and leaves them to it.
+        if (user_ == getpid() && SetMark(file_, OpeningOrClosing, F_WRLCK, true) && IsNamed() &&
             SetMark(file_, InUse, F_WRLCK, false)) {
             unlink(path_);
         }
@@ -185,6 +186,7 @@ private:
     }
 
     FilePath path_;
+    pid_t user_ = getpid();
     int file_ = -1;
     sem_t* semaphore_ = nullptr;
 };
