@@ -6,8 +6,6 @@
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
-#include <cxxabi.h>
-
 namespace QV {
 
 namespace {
@@ -65,14 +63,12 @@ void Barrier::Trip()
     try {
         // The others cannot go on before this thread leaves the lock.
         action_.Run();
-    } catch (abi::__forced_unwind&) {
-        broken_ = true;
-        throw;
     } catch (const QVException&) {
         broken_ = true;
         throw;
     } catch (...) {
         broken_ = true;
+        Impl::PassOnForcedUnwinding();
     }
 }
 

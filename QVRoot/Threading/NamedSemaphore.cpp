@@ -2,13 +2,10 @@
 
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/String/UniString.hpp>
-#include <QVRoot/Threading/ImplementationImpl.hpp>
 #include <QVRoot/Threading/NamedSemaphoreImpl.hpp>
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 
 namespace QV {
-
-Impl::NamedSemaphoreImpl::~NamedSemaphoreImpl() = default;
 
 NamedSemaphore::NamedSemaphore(const char* name, UInt32 initialCount) : impl_(nullptr)
 {
@@ -20,18 +17,18 @@ NamedSemaphore::NamedSemaphore(const char* name, UInt32 initialCount) : impl_(nu
 
 NamedSemaphore::~NamedSemaphore()
 {
-    Impl::DestroyImplementation(impl_);
+    Impl::CloseNamedSemaphore(impl_);
 }
 
 void NamedSemaphore::Acquire(bool)
 {
-    impl_->Acquire();
+    Impl::AcquireNamedSemaphore(*impl_, Timeout::Infinite);
 }
 
 bool NamedSemaphore::TryAcquire(UInt32 timeoutMs, bool, UInt32* remaining)
 {
     const Impl::RemainingTime time(timeoutMs, remaining);
-    return impl_->TryAcquire(timeoutMs);
+    return Impl::AcquireNamedSemaphore(*impl_, timeoutMs);
 }
 
 bool NamedSemaphore::TryAcquire(const Timeout& timeout, bool interruptible, UInt32* remaining)
@@ -41,7 +38,7 @@ bool NamedSemaphore::TryAcquire(const Timeout& timeout, bool interruptible, UInt
 
 void NamedSemaphore::Release()
 {
-    impl_->Release();
+    Impl::ReleaseNamedSemaphore(*impl_);
 }
 
 } // namespace QV

@@ -1,7 +1,7 @@
-/// The operating system's semaphore behind a `NamedSemaphore`.
+/// The operating system's semaphore behind a `NamedSemaphore`. The class is each platform's own.
 #pragma once
 
-#include <QVRoot/Threading/Lockable.hpp>
+#include <QVRoot/Threading/Timeout.hpp>
 
 namespace QV {
 
@@ -9,21 +9,17 @@ class UniString;
 
 namespace Impl {
 
-class NamedSemaphoreImpl {
-public:
-    virtual ~NamedSemaphoreImpl();
-
-    /// Throw `SynchronizationException` when the system refuses.
-    virtual void Acquire() = 0;
-    virtual bool TryAcquire(UInt32 timeoutMs) = 0;
-    virtual void Release() = 0;
-};
-
-/// Opens or makes the semaphore; throws `SynchronizationException`. To be destroyed by
-/// `DestroyImplementation`.
-NamedSemaphoreImpl* OpenNamedSemaphore(const UniString& name, UInt32 initialCount);
+class NamedSemaphoreImpl;
 
 constexpr UInt32 namedSemaphoreMaximum = 0x7FFFFFFF;
+
+/// Opens or makes the semaphore. This and the next two throw `SynchronizationException` when the system
+/// refuses.
+NamedSemaphoreImpl* OpenNamedSemaphore(const UniString& name, UInt32 initialCount);
+/// Answers false when the time has run out.
+bool AcquireNamedSemaphore(NamedSemaphoreImpl& semaphore, UInt32 timeoutMs);
+void ReleaseNamedSemaphore(NamedSemaphoreImpl& semaphore);
+void CloseNamedSemaphore(NamedSemaphoreImpl* semaphore) noexcept;
 
 } // namespace Impl
 

@@ -20,6 +20,10 @@ void CloseNativeThread(NativeThread& native) noexcept;
 /// The body of a started thread, defined with `ThreadImpl`. Only a forced unwinding of the thread leaves it.
 void RunStartedThread(ThreadImpl* thread);
 
+/// To be called in a handler for everything: passes on what is no exception, but the system's way of ending a
+/// thread by force.
+void PassOnForcedUnwinding();
+
 /// Priorities of the system: -2 to 2. Where the system cannot tell, the second leaves `priority` as it is.
 bool SetNativePriority(const NativeThread& native, UInt32 id, Int32 priority) noexcept;
 bool GetNativePriority(const NativeThread& native, UInt32 id, Int32& priority) noexcept;

@@ -181,11 +181,10 @@ void ThreadImpl::RunTask()
 {
     try {
         task_.Run();
-    } catch (abi::__forced_unwind&) {
-        throw;
     } catch (const QVException& exception) {
         ReportEscaped(exception);
     } catch (...) {
+        PassOnForcedUnwinding();
         ErrorReporting::Report("Unhandled C++ exception - thread terminated");
     }
 }

@@ -1,6 +1,7 @@
 #include <QVRoot/Threading/NativeThreadImpl.hpp>
 
 #include <cerrno>
+#include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -36,6 +37,16 @@ bool StartNativeThread(NativeThread&, ThreadImpl* thread) noexcept
 }
 
 void CloseNativeThread(NativeThread&) noexcept {}
+
+void PassOnForcedUnwinding()
+{
+    try {
+        throw;
+    } catch (abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+    }
+}
 
 bool SetNativePriority(const NativeThread&, UInt32 id, Int32 priority) noexcept
 {

@@ -191,9 +191,11 @@ private:
     sem_t* semaphore_ = nullptr;
 };
 
-class PosixNamedSemaphoreImpl final : public NamedSemaphoreImpl {
+} // namespace
+
+class NamedSemaphoreImpl {
 public:
-    PosixNamedSemaphoreImpl(const UniString& name, UInt32 initialCount)
+    NamedSemaphoreImpl(const UniString& name, UInt32 initialCount)
     {
         static_assert(namedSemaphoreMaximum == SEM_VALUE_MAX);
         if (initialCount > namedSemaphoreMaximum || !file_.Open(name, initialCount)) {
@@ -201,9 +203,7 @@ public:
         }
     }
 
-    void Acquire() override { TryAcquire(Timeout::Infinite); }
-
-    bool TryAcquire(UInt32 timeoutMs) override
+    bool TryAcquire(UInt32 timeoutMs)
     {
         if (sem_trywait(file_.GetSemaphore()) == 0) {
             return true;
@@ -222,7 +222,7 @@ public:
         return result == 0;
     }
 
-    void Release() override
+    void Release()
     {
         if (sem_post(file_.GetSemaphore()) != 0) {
             QV_THROW(SynchronizationException, "Failed to release the semaphore.");
@@ -244,11 +244,24 @@ private:
     SharedFile file_;
 };
 
-} // namespace
-
 NamedSemaphoreImpl* OpenNamedSemaphore(const UniString& name, UInt32 initialCount)
 {
-    return MakeImplementation<PosixNamedSemaphoreImpl>(name, initialCount);
+    return MakeImplementation<NamedSemaphoreImpl>(name, initialCount);
+}
+
+bool AcquireNamedSemaphore(NamedSemaphoreImpl& semaphore, UInt32 timeoutMs)
+{
+    return semaphore.TryAcquire(timeoutMs);
+}
+
+void ReleaseNamedSemaphore(NamedSemaphoreImpl& semaphore)
+{
+    semaphore.Release();
+}
+
+void CloseNamedSemaphore(NamedSemaphoreImpl* semaphore) noexcept
+{
+    DestroyImplementation(semaphore);
 }
 
 } // namespace QV::Impl

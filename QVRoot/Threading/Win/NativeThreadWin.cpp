@@ -76,6 +76,8 @@ void CloseNativeThread(NativeThread& native) noexcept
     }
 }
 
+void PassOnForcedUnwinding() {} // there is none here
+
 bool SetNativePriority(const NativeThread& native, UInt32 id, Int32 priority) noexcept
 {
     const ThreadHandle handle(native, id, THREAD_SET_INFORMATION);

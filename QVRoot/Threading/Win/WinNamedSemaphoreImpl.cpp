@@ -45,18 +45,19 @@ private:
     SECURITY_DESCRIPTOR descriptor_;
 };
 
-class WinNamedSemaphoreImpl final : public NamedSemaphoreImpl {
+} // namespace
+
+class NamedSemaphoreImpl {
 public:
-    WinNamedSemaphoreImpl(const UniString& name, UInt32 initialCount) : handle_(Create(name, initialCount))
+    NamedSemaphoreImpl(const UniString& name, UInt32 initialCount) : handle_(Create(name, initialCount))
     {
         if (handle_ == nullptr) {
             QV_THROW(SynchronizationException, "Failed to create named semaphore.");
         }
     }
-    ~WinNamedSemaphoreImpl() override { CloseHandle(handle_); }
+    ~NamedSemaphoreImpl() { CloseHandle(handle_); }
 
-    void Acquire() override { TryAcquire(INFINITE); }
-    bool TryAcquire(UInt32 timeoutMs) override
+    bool TryAcquire(UInt32 timeoutMs)
     {
         switch (WaitForSingleObject(handle_, timeoutMs)) {
         case WAIT_OBJECT_0:
@@ -68,7 +69,7 @@ public:
             QV_THROW(SynchronizationException, "Failed to acquire the semaphore.");
         }
     }
-    void Release() override
+    void Release()
     {
         if (!ReleaseSemaphore(handle_, 1, nullptr)) {
             QV_THROW(SynchronizationException, "Failed to release the semaphore.");
@@ -108,11 +109,24 @@ private:
     HANDLE handle_;
 };
 
-} // namespace
-
 NamedSemaphoreImpl* OpenNamedSemaphore(const UniString& name, UInt32 initialCount)
 {
-    return MakeImplementation<WinNamedSemaphoreImpl>(name, initialCount);
+    return MakeImplementation<NamedSemaphoreImpl>(name, initialCount);
+}
+
+bool AcquireNamedSemaphore(NamedSemaphoreImpl& semaphore, UInt32 timeoutMs)
+{
+    return semaphore.TryAcquire(timeoutMs);
+}
+
+void ReleaseNamedSemaphore(NamedSemaphoreImpl& semaphore)
+{
+    semaphore.Release();
+}
+
+void CloseNamedSemaphore(NamedSemaphoreImpl* semaphore) noexcept
+{
+    DestroyImplementation(semaphore);
 }
 
 } // namespace QV::Impl
