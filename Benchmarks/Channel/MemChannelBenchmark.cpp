@@ -39,7 +39,7 @@ void WriteScalarsQV(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * Count);
 }
-BENCHMARK(WriteScalarsQV)->Name("WriteScalars/QVOMemChannel");
+BENCHMARK(WriteScalarsQV)->Name("WriteScalars/QVMemChannel");
 
 void ReadScalarsQV(benchmark::State& state)
 {
@@ -59,7 +59,7 @@ void ReadScalarsQV(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * Count);
 }
-BENCHMARK(ReadScalarsQV)->Name("ReadScalars/QVIMemChannel");
+BENCHMARK(ReadScalarsQV)->Name("ReadScalars/QVMemChannel");
 
 void WriteStringsQV(benchmark::State& state)
 {
@@ -73,7 +73,7 @@ void WriteStringsQV(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * Count);
 }
-BENCHMARK(WriteStringsQV)->Name("WriteStrings/QVOMemChannel");
+BENCHMARK(WriteStringsQV)->Name("WriteStrings/QVMemChannel");
 
 void ReadStringsQV(benchmark::State& state)
 {
@@ -91,7 +91,7 @@ void ReadStringsQV(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * Count);
 }
-BENCHMARK(ReadStringsQV)->Name("ReadStrings/QVIMemChannel");
+BENCHMARK(ReadStringsQV)->Name("ReadStrings/QVMemChannel");
 
 void ReadBlocksQV(benchmark::State& state)
 {
@@ -106,7 +106,7 @@ void ReadBlocksQV(benchmark::State& state)
     }
     state.SetBytesProcessed(state.iterations() * static_cast<Int64>(source.size()));
 }
-BENCHMARK(ReadBlocksQV)->Name("ReadBlocks/QVIMemChannel");
+BENCHMARK(ReadBlocksQV)->Name("ReadBlocks/QVMemChannel");
 
 void ReadBlocksMemcpy(benchmark::State& state)
 {

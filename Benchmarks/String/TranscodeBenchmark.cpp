@@ -106,8 +106,7 @@ void RegisterDecoding(const char* library, Convert convert)
 {
     for (const Language& language : languages) {
         for (const int64_t size : {16, 256, 65536, 1048576}) {
-            const std::string name =
-                std::string("Utf8ToUtf16/") + language.name + '/' + std::to_string(size) + '/' + library;
+            const std::string name = std::string("Utf8ToUtf16/") + library + '/' + language.name;
             benchmark::RegisterBenchmark(name.c_str(), [&language, convert](benchmark::State& state) {
                 MeasureDecoding(state, language, convert);
             })->Arg(size);
@@ -120,8 +119,7 @@ void RegisterEncoding(const char* library, Convert convert)
 {
     for (const Language& language : languages) {
         for (const int64_t size : {16, 256, 65536, 1048576}) {
-            const std::string name =
-                std::string("Utf16ToUtf8/") + language.name + '/' + std::to_string(size) + '/' + library;
+            const std::string name = std::string("Utf16ToUtf8/") + library + '/' + language.name;
             benchmark::RegisterBenchmark(name.c_str(), [&language, convert](benchmark::State& state) {
                 MeasureEncoding(state, language, convert);
             })->Arg(size);
