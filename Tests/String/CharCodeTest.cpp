@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <string_view>
@@ -245,7 +246,9 @@ TEST(CharCodeDeathTest, DebugValueMakesTheGuardChooseTheLegacyPage)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     // Several runs of this program may share the folder.
-    const std::string path = "CharCodeTest." + std::to_string(std::random_device()()) + ".ini";
+    const std::string path =
+        (std::filesystem::temp_directory_path() / ("CharCodeTest." + std::to_string(std::random_device()())))
+            .string();
     FILE* const file = std::fopen(path.c_str(), "w");
     ASSERT_NE(file, nullptr);
     std::fputs("[QUILLON]\nforceNonUTF8DefaultCharCode = true\n", file);
