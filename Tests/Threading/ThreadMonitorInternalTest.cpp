@@ -111,11 +111,13 @@ TEST(ThreadMonitorTest, LosesAndInventsNothingUnderARace)
 {
     ThreadMonitorImpl monitor;
     std::atomic<bool> done = false;
+    std::atomic<int> started = 0;
     std::atomic<int> ended = 0;
     int results[4] = {};
     int notified = 0;
     Worker waiter([&] {
         for (int i = 0; i < Rounds; ++i) {
+            ++started;
             ++results[WaitOnce(monitor, i % 3 == 0 ? 1 : i % 3 == 1 ? 0 : Long, i % 2 == 0)];
             ++ended;
         }
@@ -128,12 +130,16 @@ TEST(ThreadMonitorTest, LosesAndInventsNothingUnderARace)
         }
     });
     while (!done) {
-        const int before = ended;
-        if (NotifyOnce(monitor)) {
-            ++notified;
-            while (ended == before) { // a wait is notified once
-                Thread::Yield();
+        int wait = 0;
+        {
+            const MonitorGuard guard(monitor); // the waiter cannot get out before it is left
+            if (monitor.Notify()) {
+                ++notified;
+                wait = started;
             }
+        }
+        while (ended < wait) { // a wait is notified once
+            Thread::Yield();
         }
     }
     EXPECT_EQ(waiter.GetOutcome() + interrupter.GetOutcome(), "");
