@@ -1,6 +1,5 @@
 #include <QVRoot/Threading/HandOverLockImpl.hpp>
 
-#include <QVRoot/Threading/ParkImpl.hpp>
 #include <QVRoot/Threading/SpinLockImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
@@ -9,9 +8,10 @@ namespace QV::Impl {
 bool HandOverLock::TakeBySpinning(UInt32 me) noexcept
 {
     // Only as long as nobody is queued: this thread has not arrived yet, so it may not overtake.
-    for (UInt32 spins = GetSpinLimit(); spins != 0; --spins) {
+    for (UInt32 spins = polling_.GetLimit(); spins != 0; --spins) {
         const UInt64 word = word_.load(std::memory_order_relaxed);
         if (word == Free && TryTake(me)) {
+            polling_.Note(true);
             return true;
         }
         if ((word & Queued) != 0) {
@@ -19,6 +19,7 @@ bool HandOverLock::TakeBySpinning(UInt32 me) noexcept
         }
         PauseProcessor();
     }
+    polling_.Note(false);
     return false;
 }
 

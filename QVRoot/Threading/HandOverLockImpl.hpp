@@ -54,6 +54,7 @@ private:
     bool HandOver();
 
     std::atomic<UInt64> word_ = Free;
+    Polling polling_;
     FastLock lock_;
     WaiterQueue waiters_;
 };

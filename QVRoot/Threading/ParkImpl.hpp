@@ -43,4 +43,29 @@ void PauseProcessor() noexcept;
 /// How often a waiter polls before it sleeps: about a microsecond, not at all on a single processor.
 UInt32 GetSpinLimit() noexcept;
 
+/// Remembers whether polling has paid at one place. Where whoever is waited for shares the processor, it
+/// never does and only keeps them from it; then it is tried again just now and then.
+class Polling {
+public:
+    constexpr Polling() noexcept = default;
+
+    /// How often to poll this time.
+    UInt32 GetLimit() const noexcept
+    {
+        const UInt32 failures = failures_.load(std::memory_order_relaxed);
+        return failures < Patience || failures % TryEvery == 0 ? GetSpinLimit() : 0;
+    }
+    void Note(bool succeeded) noexcept
+    {
+        // Threads may overwrite each other's count: it is a guess.
+        const UInt32 failures = succeeded ? 0 : failures_.load(std::memory_order_relaxed) + 1;
+        failures_.store(failures, std::memory_order_relaxed);
+    }
+
+private:
+    enum : UInt32 { Patience = 4, TryEvery = 64 };
+
+    std::atomic<UInt32> failures_ = 0;
+};
+
 } // namespace QV::Impl

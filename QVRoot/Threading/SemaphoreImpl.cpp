@@ -1,7 +1,6 @@
 #include <QVRoot/Threading/SemaphoreImpl.hpp>
 
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
-#include <QVRoot/Threading/ParkImpl.hpp>
 #include <QVRoot/Threading/SpinLockImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 #include <QVRoot/Threading/Timeout.hpp>
@@ -21,8 +20,9 @@ bool SemaphoreImpl::TryTake() noexcept
 
 bool SemaphoreImpl::TakeBySpinning() noexcept
 {
-    for (UInt32 spins = GetSpinLimit(); spins != 0; --spins) {
+    for (UInt32 spins = polling_.GetLimit(); spins != 0; --spins) {
         if (TryTake()) {
+            polling_.Note(true);
             return true;
         }
         if (word_.load(std::memory_order_relaxed) >= Queued) {
@@ -30,6 +30,7 @@ bool SemaphoreImpl::TakeBySpinning() noexcept
         }
         PauseProcessor();
     }
+    polling_.Note(false);
     return false;
 }
 

@@ -33,6 +33,7 @@ private:
 
     std::atomic<UInt64> word_;
     UInt32 maximum_;
+    Polling polling_;
     FastLock lock_;
     WaiterQueue waiters_;
 };

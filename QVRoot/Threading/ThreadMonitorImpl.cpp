@@ -1,7 +1,5 @@
 #include <QVRoot/Threading/ThreadMonitorImpl.hpp>
 
-#include <QVRoot/Threading/ParkImpl.hpp>
-
 namespace QV::Impl {
 
 bool WakeUp::Run() const noexcept
@@ -85,14 +83,16 @@ ThreadMonitorImpl::Result ThreadMonitorImpl::FinishWait(UInt32 milliseconds)
     return result;
 }
 
-bool ThreadMonitorImpl::PollUntilOver() const noexcept
+bool ThreadMonitorImpl::PollUntilOver() noexcept
 {
-    for (UInt32 spins = GetSpinLimit(); spins != 0; --spins) {
+    for (UInt32 spins = polling_.GetLimit(); spins != 0; --spins) {
         if (MonitorState::IsWaitOver(state_.load(std::memory_order_relaxed))) {
+            polling_.Note(true);
             return true;
         }
         PauseProcessor();
     }
+    polling_.Note(false);
     return false;
 }
 

@@ -10,6 +10,7 @@
 
 #include <QVRoot/Threading/FastLockImpl.hpp>
 #include <QVRoot/Threading/Interruptible.hpp>
+#include <QVRoot/Threading/ParkImpl.hpp>
 
 #include <atomic>
 
@@ -148,12 +149,13 @@ private:
 
     bool IsOwnedByCaller() const noexcept;
     bool SleepUntilOver(UInt32 milliseconds, bool& failed) noexcept;
-    bool PollUntilOver() const noexcept;
+    bool PollUntilOver() noexcept;
     void TellInterruptible() noexcept;
     void WakeIfNeeded(UInt32 before, UInt32 after, const char* failure);
 
     std::atomic<UInt32> state_ = 0;
     std::atomic<UInt32> ownerThreadId_ = 0;
+    Polling polling_;
     FastLock monitorLock_;
     FastLock blockedOnLock_;
     Interruptible* blockedOn_ = nullptr;
