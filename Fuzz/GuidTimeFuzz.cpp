@@ -73,7 +73,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const char* const bytes = reinterpret_cast<const char*>(data);
     ReadGuid(std::string(bytes, size));
     std::basic_string<unsigned short> units(size / 2, 0);
-    std::memcpy(units.data(), data, size / 2 * 2);
+    if (size != 0) { // an empty input has no address
+        std::memcpy(units.data(), data, size / 2 * 2);
+    }
     ReadGuid(units);
     ReadGuid(std::basic_string<unsigned short>(data, data + size));
     ReadGuid(UniString(units.data(), static_cast<unsigned int>(units.size())));
