@@ -12,8 +12,7 @@
 /// Threads: one at a time for a string; strings on different threads may share a buffer. Errors:
 /// `NullPointerException`, `NullReferenceException`, `IllegalReferenceException` for a range outside the
 /// string, `ConversionErrorException`, `OutOfMemoryException`; the string is then as it was. Reading and
-/// writing return codes. Allocation: one buffer; small ones come from a cache. A copy of a whole string
-/// allocates nothing.
+/// writing return codes. Allocation: one buffer, small ones from a cache; none for copies of whole strings.
 #pragma once
 
 #include <QVRoot/ObjectModel/Object.hpp>
