@@ -289,6 +289,21 @@ void Sort(benchmark::State& state, IsLess isLess)
     }
 }
 
+/// One comparison of two names, as a look-up or a list makes them.
+template <class Traits, class IsLess>
+void Compare(benchmark::State& state, IsLess isLess)
+{
+    std::vector<typename Traits::String> names;
+    for (const u16string& name : MakeNames(1024)) {
+        names.push_back(Traits::Make(name));
+    }
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(isLess(names[i], names[i + 1]));
+        i = i + 2 < names.size() ? i + 1 : 0;
+    }
+}
+
 template <class Run>
 void Add(const std::string& workload, const std::string& subject, const std::string& variant, Run run)
 {
@@ -341,25 +356,30 @@ void Register(const std::string& subject)
 void RegisterOrder()
 {
     using QV::UniString;
-    Add("Sort", "QVUniString", "locale", [](benchmark::State& s) {
-        Sort<QVTraits>(s, [](const UniString& a, const UniString& b) { return a < b; });
-    });
-    Add("Sort", "QVUniString", "natural", [](benchmark::State& s) {
-        Sort<QVTraits>(s, [](const UniString& a, const UniString& b) {
-            return QV::NaturalCompare(a, b) == QV::UniChar::Less;
-        });
-    });
+    const auto isLess = [](const UniString& a, const UniString& b) { return a < b; };
+    const auto isNaturallyLess = [](const UniString& a, const UniString& b) {
+        return QV::NaturalCompare(a, b) == QV::UniChar::Less;
+    };
+    Add("Compare", "QVUniString", "locale", [=](benchmark::State& s) { Compare<QVTraits>(s, isLess); });
+    Add("Compare", "QVUniString", "natural",
+        [=](benchmark::State& s) { Compare<QVTraits>(s, isNaturallyLess); });
+    Add("Sort", "QVUniString", "locale", [=](benchmark::State& s) { Sort<QVTraits>(s, isLess); });
+    Add("Sort", "QVUniString", "natural", [=](benchmark::State& s) { Sort<QVTraits>(s, isNaturallyLess); });
 #ifdef QV_PEER_ICU
     for (const bool natural : {false, true}) {
-        Add("Sort", "icu::UnicodeString", natural ? "natural" : "locale", [natural](benchmark::State& s) {
-            UErrorCode error = U_ZERO_ERROR;
-            const std::unique_ptr<icu::Collator> collator(
-                icu::Collator::createInstance(icu::Locale::getRoot(), error));
-            collator->setAttribute(UCOL_NUMERIC_COLLATION, natural ? UCOL_ON : UCOL_OFF, error);
-            Sort<IcuTraits>(s, [&](const icu::UnicodeString& a, const icu::UnicodeString& b) {
-                return collator->compare(a, b, error) == UCOL_LESS;
+        const auto add = [natural](const char* workload, auto run) {
+            Add(workload, "icu::UnicodeString", natural ? "natural" : "locale", [=](benchmark::State& s) {
+                UErrorCode error = U_ZERO_ERROR;
+                const std::unique_ptr<icu::Collator> collator(
+                    icu::Collator::createInstance(icu::Locale::getRoot(), error));
+                collator->setAttribute(UCOL_NUMERIC_COLLATION, natural ? UCOL_ON : UCOL_OFF, error);
+                run(s, [&](const icu::UnicodeString& a, const icu::UnicodeString& b) {
+                    return collator->compare(a, b, error) == UCOL_LESS;
+                });
             });
-        });
+        };
+        add("Compare", [](benchmark::State& s, auto order) { Compare<IcuTraits>(s, order); });
+        add("Sort", [](benchmark::State& s, auto order) { Sort<IcuTraits>(s, order); });
     }
 #endif
 }

@@ -22,6 +22,7 @@ public:
                       bool ignoreCase) const noexcept;
 
 private:
+    TextOrder CompareStart(const UInt16* text1, int length1, const UInt16* text2, int length2) const noexcept;
     TextOrder CompareNaturally(const UInt16* text1, int length1, const UInt16* text2, int length2,
                                bool ignoreCase) const noexcept;
     bool IsDecided(const UInt16* text, int length, int position) const noexcept;
@@ -30,6 +31,7 @@ private:
 
     bool usable_ = false;
     bool numeric_ = false;
+    bool foldable_ = false;     ///< capitals and small letters differ in case only
     UInt8 letters_[count] = {}; ///< rank without regard to case; 0 for what the collator ignores
     UInt8 ranks_[count] = {};
 };

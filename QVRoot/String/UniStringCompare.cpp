@@ -6,6 +6,20 @@ namespace QV {
 
 using Impl::UnitRange;
 
+namespace {
+
+/// `UniChar::Compare` for lengths that a string can have.
+UniChar::CompareResult CompareUnits(UnitRange a, UnitRange b, bool ignoreCase)
+{
+    // From a table, since nobody can foretell the branches.
+    static constexpr UniChar::CompareResult results[] = {UniChar::Equal, UniChar::Less, UniChar::Equal,
+                                                         UniChar::Greater};
+    return results[Impl::CompareText(a.units, static_cast<int>(a.length), b.units, static_cast<int>(b.length),
+                                     ignoreCase)];
+}
+
+} // namespace
+
 bool UniStringComparison::AreEqual(std::u16string_view a, std::u16string_view b) noexcept
 {
     return a.size() == b.size() &&
@@ -37,9 +51,8 @@ bool UniStringComparison::AreEqual(std::u16string_view a, const unsigned short* 
 
 UniChar::CompareResult UniStringComparison::Compare(const UniString& a, const UniString& b)
 {
-    const UnitRange first = Impl::GetUnits(Impl::RequireReference(a));
-    const UnitRange second = Impl::GetUnits(Impl::RequireReference(b));
-    return UniChar::Compare(first.units, first.length, second.units, second.length, UniChar::CaseSensitive);
+    return CompareUnits(Impl::GetUnits(Impl::RequireReference(a)), Impl::GetUnits(Impl::RequireReference(b)),
+                        false);
 }
 
 UniChar::CompareResult UniStringComparison::Compare(std::u16string_view a, std::u16string_view b)
@@ -51,9 +64,8 @@ UniChar::CompareResult UniStringComparison::Compare(std::u16string_view a, std::
 
 UniString::CompareResult UniString::Compare(const UniString& other, CaseComparison rule) const
 {
-    const UnitRange a = Impl::GetUnits(*this);
-    const UnitRange b = Impl::GetUnits(Impl::RequireReference(other));
-    return UniChar::Compare(a.units, a.length, b.units, b.length, rule);
+    return CompareUnits(Impl::GetUnits(*this), Impl::GetUnits(Impl::RequireReference(other)),
+                        rule == UniChar::IgnoreCase);
 }
 
 bool UniString::IsEqual(const UniString& other, CaseComparison rule) const
