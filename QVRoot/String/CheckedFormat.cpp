@@ -24,7 +24,7 @@ const char* Describe(Problem problem)
     case Problem::ArgumentsLeftOver:
         return "is the last one, but there are more arguments";
     default:
-        return "has a width beyond the array of argument %u";
+        return "does not fit into the array of argument %u";
     }
 }
 
@@ -39,13 +39,28 @@ void MakeMessage(const Verdict& verdict, char (&message)[160])
 }
 
 template <class Unit>
+void RequireFormat(const Unit* format)
+{
+    if (format == nullptr) {
+        QV_THROW(NullPointerException, "checked format: format is null");
+    }
+}
+
+template <class Unit>
 void RequireTexts(const Unit* text, const Unit* format)
 {
     if (text == nullptr) {
         QV_THROW(NullPointerException, "checked format: text is null");
     }
-    if (format == nullptr) {
-        QV_THROW(NullPointerException, "checked format: format is null");
+    RequireFormat(format);
+}
+
+/// Leaves no half text behind. A buffer that nothing was written into stays as it is.
+template <class Unit>
+void DropText(Unit* buffer, const Impl::FormatOutput<Unit>& output)
+{
+    if (output.GetPosition() != buffer) {
+        *buffer = 0;
     }
 }
 
@@ -59,14 +74,22 @@ int PrintInto(Unit* buffer, USize size, const Unit* format, FormatArgumentList a
         size = 1;
     }
     RequireTexts<Unit>(buffer, format);
-    *buffer = 0;
     // As many as the answer can count.
     const USize room = std::min<USize>(size - 1, 0x7FFFFFFF);
     Impl::FormatOutput<Unit> output(buffer, room);
-    const bool isPrinted = Impl::PrintChecked(output, format, arguments, flags);
-    Unit* const end = isPrinted ? output.GetPosition() : buffer;
-    *end = 0;
-    return isPrinted ? static_cast<int>(end - buffer) : -1;
+    bool isPrinted = false;
+    try {
+        isPrinted = Impl::PrintChecked(output, format, arguments, flags);
+    } catch (...) {
+        DropText(buffer, output);
+        throw;
+    }
+    if (!isPrinted) {
+        DropText(buffer, output);
+        return -1;
+    }
+    *output.GetPosition() = 0;
+    return static_cast<int>(output.GetPosition() - buffer);
 }
 
 template <class Unit>
@@ -84,10 +107,10 @@ int ScanFrom(const Unit* text, const Unit* format, ScanArgumentList arguments, U
 
 namespace Impl {
 
-void ReportFormatProblem(const Verdict& verdict, bool quiet)
+bool ReportProblem(const Verdict& verdict, bool quiet)
 {
-    if (quiet) {
-        return;
+    if (quiet || verdict.problem == Problem::None) {
+        return verdict.problem == Problem::None;
     }
     char message[160];
     MakeMessage(verdict, message);
@@ -100,18 +123,32 @@ void ReportFormatProblem(const Verdict& verdict, bool quiet)
 template <class Unit>
 bool CheckFormat(const Unit* format, FormatArgumentList list, bool quiet)
 {
-    const auto getType = [&list](UInt32 i) { return FormatSyntax::Type{list.arguments[i].GetKind(), 0}; };
-    const Verdict verdict = FormatSyntax::CheckPrintFormat(format, getType, list.count);
-    return verdict.problem == Problem::None || (ReportFormatProblem(verdict, quiet), false);
+    RequireFormat(format);
+    const auto getType = [&list](UInt32 i) { return FormatSyntax::Type{list.arguments[i].GetKind()}; };
+    return ReportProblem(FormatSyntax::CheckFormat(format, getType, list.count, FormatSyntax::Kind::None),
+                         quiet);
 }
 
 template <class Unit>
 bool CheckFormat(const Unit* format, ScanArgumentList list, bool quiet)
 {
+    RequireFormat(format);
     const auto getType = [&list](UInt32 i) { return list.arguments[i].GetType(); };
-    const Verdict verdict =
-        FormatSyntax::CheckScanFormat(format, getType, list.count, FormatSyntax::TextKind<Unit>());
-    return verdict.problem == Problem::None || (ReportFormatProblem(verdict, quiet), false);
+    return ReportProblem(
+        FormatSyntax::CheckFormat(format, getType, list.count, FormatSyntax::TextKind<Unit>()), quiet);
+}
+
+bool RequireVariables(ScanArgumentList list, bool quiet)
+{
+    for (UInt32 i = 0; i < list.count; ++i) {
+        if (list.arguments[i].GetVariable() == nullptr) [[unlikely]] {
+            if (quiet) {
+                return false;
+            }
+            QV_THROW(NullPointerException, "checked format: variable is null");
+        }
+    }
+    return true;
 }
 
 template bool CheckFormat(const char*, FormatArgumentList, bool);

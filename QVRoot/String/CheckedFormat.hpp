@@ -52,12 +52,14 @@ void TheFormatHasARefusedDirective();
 void TheArgumentHasTheWrongType();
 void TheFormatNeedsMoreArguments();
 void TheFormatHasArgumentsLeftOver();
-void TheArrayIsTooSmallForTheWidth();
+void TheArrayIsTooSmallForTheText();
 /// @}
 
-consteval void RequireNoProblem(Problem problem)
+template <UInt32 Count, class Unit>
+consteval void RequireFitting(const Unit* format, const Type (&types)[Count + 1], Kind input)
 {
-    switch (problem) {
+    const auto getType = [&types](UInt32 i) { return types[i]; };
+    switch (CheckFormat(format, getType, Count, input).problem) {
     case Problem::None:
         break;
     case Problem::BadDirective:
@@ -76,7 +78,7 @@ consteval void RequireNoProblem(Problem problem)
         TheFormatHasArgumentsLeftOver();
         break;
     case Problem::BufferTooSmall:
-        TheArrayIsTooSmallForTheWidth();
+        TheArrayIsTooSmallForTheText();
         break;
     }
 }
@@ -117,11 +119,8 @@ public:
     template <USize Size>
     consteval PrintFormat(const Unit (&literal)[Size]) : FormatSyntax::Format<Unit>(literal, true)
     {
-        const FormatSyntax::Type types[] = {{FormatSyntax::PrintKind<Arguments>()}..., {}};
-        FormatSyntax::RequireNoProblem(
-            FormatSyntax::CheckPrintFormat(
-                literal, [&types](UInt32 i) { return types[i]; }, sizeof...(Arguments))
-                .problem);
+        FormatSyntax::RequireFitting<sizeof...(Arguments)>(
+            literal, {{FormatSyntax::PrintKind<Arguments>()}..., {}}, FormatSyntax::Kind::None);
     }
     template <FormatSyntax::IsFormatPointer<Unit> Pointer>
     PrintFormat(Pointer text) noexcept
@@ -140,11 +139,8 @@ public:
         : FormatSyntax::Format<Unit>(literal,
                                      !(FormatSyntax::IsScanBuffer<std::remove_cvref_t<Arguments>> || ...))
     {
-        const FormatSyntax::Type types[] = {FormatSyntax::ScanType<Arguments>()..., {}};
-        FormatSyntax::RequireNoProblem(FormatSyntax::CheckScanFormat(
-                                           literal, [&types](UInt32 i) { return types[i]; },
-                                           sizeof...(Arguments), FormatSyntax::TextKind<TextUnit>())
-                                           .problem);
+        FormatSyntax::RequireFitting<sizeof...(Arguments)>(
+            literal, {FormatSyntax::ScanType<Arguments>()..., {}}, FormatSyntax::TextKind<TextUnit>());
     }
     template <FormatSyntax::IsFormatPointer<Unit> Pointer>
     ScanFormat(Pointer text) noexcept : FormatSyntax::Format<Unit>(reinterpret_cast<const Unit*>(text), false)

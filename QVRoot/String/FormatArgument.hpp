@@ -158,9 +158,9 @@ constexpr Type ScanType() noexcept
         using Unit = std::remove_extent_t<T>;
         return {std::is_const_v<Unit> ? Kind::None : TextKind<Unit>(), static_cast<UInt32>(std::extent_v<T>)};
     } else if constexpr (std::is_pointer_v<T>) {
-        return {ScannedKind<std::remove_pointer_t<T>>(), 0};
+        return {ScannedKind<std::remove_pointer_t<T>>()};
     } else if constexpr (IsScanBuffer<std::remove_cv_t<T>>) {
-        return {TextKind<std::remove_pointer_t<decltype(T::units)>>(), 0};
+        return {TextKind<std::remove_pointer_t<decltype(T::units)>>()};
     } else {
         return {};
     }
@@ -179,7 +179,10 @@ public:
         static_assert(kind != Kind::None, "no directive prints arguments of this type");
         if constexpr (std::is_pointer_v<std::decay_t<T>>) {
             pointer_ = value;
-            length_ = Terminated;
+            isTerminated_ = true;
+            if constexpr (std::is_array_v<T>) {
+                length_ = std::extent_v<T>;
+            }
         } else if constexpr (std::is_null_pointer_v<T>) {
             pointer_ = nullptr;
         } else if constexpr (kind == Kind::Text8) {
@@ -200,10 +203,11 @@ public:
     UInt64 GetInteger() const noexcept { return integer_; }
     double GetReal() const noexcept { return real_; }
     const void* GetPointer() const noexcept { return pointer_; }
-    /// The length of a text in its units, or `Terminated`.
+    /// The length of a text in its units; the most it can be for a text that ends at its zero.
     USize GetLength() const noexcept { return length_; }
+    bool IsTerminated() const noexcept { return isTerminated_; }
 
-    static constexpr USize Terminated = ~USize{0};
+    static constexpr USize UnknownLength = ~USize{0};
 
 private:
     template <class T>
@@ -227,12 +231,13 @@ private:
     }
 
     FormatSyntax::Kind kind_;
+    bool isTerminated_ = false;
     union {
         UInt64 integer_;
         double real_;
         const void* pointer_;
     };
-    USize length_ = 0;
+    USize length_ = UnknownLength;
 };
 
 /// A variable to scan into: a pointer to it, an array or a `ScanBuffer`.

@@ -63,7 +63,7 @@ public:
         while (count != 0 && HasRoom()) {
             const USize piece = GetPiece(count);
             if constexpr (sizeof(Source) == sizeof(Unit)) {
-                std::memcpy(at_, text, piece * sizeof(Unit));
+                std::memmove(at_, text, piece * sizeof(Unit)); // an argument may lie in the buffer
             } else {
                 for (USize i = 0; i < piece; ++i) {
                     at_[i] = static_cast<unsigned char>(text[i]);
@@ -89,14 +89,17 @@ private:
     void* context_ = nullptr;
 };
 
-/// Throws what a format is refused for, or under `quiet` returns.
-void ReportFormatProblem(const FormatSyntax::Verdict& verdict, bool quiet);
+/// Throws what a format is refused for; under `quiet` answers false. Without a problem answers true.
+bool ReportProblem(const FormatSyntax::Verdict& verdict, bool quiet);
 
-/// Checks a whole format; false under `quiet` where it does not fit.
+/// Requires a format and checks it as a whole; false under `quiet` where it does not fit.
 template <class Unit>
 bool CheckFormat(const Unit* format, FormatArgumentList arguments, bool quiet);
 template <class Unit>
 bool CheckFormat(const Unit* format, ScanArgumentList arguments, bool quiet);
+
+/// Requires that no variable is null; false under `quiet` where one is.
+bool RequireVariables(ScanArgumentList arguments, bool quiet);
 
 /// Prints. A directive without a fitting argument ends the work with what is wrong.
 template <class FormatUnit, class Unit>
@@ -117,13 +120,12 @@ int ScanChecked(const Unit* text, const Unit* end, const Unit* format, ScanArgum
     if ((flags & FormatCStrCheckedBefore) == 0 && !CheckFormat(format, arguments, quiet)) {
         return -1;
     }
-    int items = 0;
-    const FormatSyntax::Verdict verdict = Scan(text, end, format, arguments, items);
-    if (verdict.problem != FormatSyntax::Problem::None) [[unlikely]] {
-        ReportFormatProblem(verdict, quiet);
+    if (!RequireVariables(arguments, quiet)) {
         return -1;
     }
-    return items;
+    int items = 0;
+    const FormatSyntax::Verdict verdict = Scan(text, end, format, arguments, items);
+    return ReportProblem(verdict, quiet) ? items : -1;
 }
 
 /// Checks, prints and reports. False when nothing was printed because of a mismatch.
@@ -135,12 +137,7 @@ bool PrintChecked(FormatOutput<Unit>& output, const FormatUnit* format, FormatAr
     if ((flags & FormatCStrCheckedBefore) == 0 && !CheckFormat(format, arguments, quiet)) {
         return false;
     }
-    const FormatSyntax::Verdict verdict = Print(output, format, arguments);
-    if (verdict.problem != FormatSyntax::Problem::None) [[unlikely]] {
-        ReportFormatProblem(verdict, quiet);
-        return false;
-    }
-    return true;
+    return ReportProblem(Print(output, format, arguments), quiet);
 }
 
 } // namespace QV::Impl

@@ -33,11 +33,12 @@ enum class Kind : UInt8 {
     String,
 };
 
-/// An argument's type. `extent` is the number of units of an array to scan into, 0 where it is not known
-/// before the call.
+/// An argument's type. `extent` is the number of units of an array to scan into.
 struct Type {
+    static constexpr UInt32 UnknownExtent = 0xFFFFFFFF; ///< before the call
+
     Kind kind = Kind::None;
-    UInt32 extent = 0;
+    UInt32 extent = UnknownExtent;
 };
 
 enum class Problem : UInt8 {
@@ -47,7 +48,7 @@ enum class Problem : UInt8 {
     WrongType,         ///< the argument does not fit the directive
     TooFewArguments,   ///< a directive without an argument
     ArgumentsLeftOver, ///< an argument without a directive
-    BufferTooSmall,    ///< a width that is larger than the array
+    BufferTooSmall,    ///< an array that has no room for the width, or for anything
 };
 
 struct Directive {
@@ -87,8 +88,9 @@ constexpr int ParseNumber(const Unit*& at) noexcept
     UInt32 number = 0;
     bool fits = true;
     for (; IsDigit(GetCode(*at)); ++at) {
-        fits = fits && number <= (0x7FFFFFFFu - 9) / 10;
-        number = fits ? number * 10 + (GetCode(*at) - '0') : 0;
+        const UInt32 digit = GetCode(*at) - '0';
+        fits = fits && number <= (0x7FFFFFFFu - digit) / 10;
+        number = fits ? number * 10 + digit : 0;
     }
     return fits ? static_cast<int>(number) : -1;
 }
@@ -177,7 +179,7 @@ constexpr Directive ParsePrintDirective(const Unit*& at) noexcept
     return directive;
 }
 
-/// Reads the directive behind a '%' of a scanning format and moves behind it; for a set, to its first unit.
+/// Reads the directive behind a '%' of a scanning format and moves behind it. A set ends one unit before.
 template <class Unit>
 constexpr Directive ParseScanDirective(const Unit*& at) noexcept
 {
@@ -201,7 +203,9 @@ constexpr Directive ParseScanDirective(const Unit*& at) noexcept
                (directive.setLength == 0 || GetCode(at[directive.setLength]) != ']')) {
             ++directive.setLength;
         }
-        fits = fits && GetCode(at[directive.setLength]) == ']';
+        at += directive.setLength;
+        fits = fits && GetCode(*at) == ']';
+        at += fits;
     }
     if (!fits) {
         directive.conversion = 0;
@@ -313,18 +317,27 @@ constexpr bool FitsScannedInteger(Length length, Kind kind) noexcept
     }
 }
 
-/// Whether a scanned value may be stored. Text needs an array of the units that are scanned, or a string.
-constexpr bool FitsScanDirective(const Directive& directive, Kind kind, Kind textOfInput) noexcept
+/// Whether text may be stored: single units, arrays of the units that are scanned, and strings. 'h' and 'l'
+/// insist on one of the units.
+constexpr bool FitsScannedText(const Directive& directive, Kind kind, Kind input) noexcept
+{
+    const bool isUnit = kind == Kind::Char || kind == Kind::Unit;
+    const bool isWide = kind == Kind::Unit || kind == Kind::Text16 || kind == Kind::UniString;
+    if (directive.length != Length::None && (directive.length == Length::Long) != isWide) {
+        return false;
+    }
+    return isUnit ? directive.conversion == 'c' && directive.width <= 1
+                  : kind == input || kind == Kind::UniString || kind == Kind::String;
+}
+
+/// Whether a scanned value may be stored. `input` is the kind of the text that is scanned.
+constexpr bool FitsScanDirective(const Directive& directive, Kind kind, Kind input) noexcept
 {
     switch (directive.conversion) {
     case 'c':
-        if (kind == Kind::Char || kind == Kind::Unit) {
-            return directive.width <= 1;
-        }
-        [[fallthrough]];
     case 's':
     case '[':
-        return kind == textOfInput || kind == Kind::UniString || kind == Kind::String;
+        return FitsScannedText(directive, kind, input);
     case 'p':
         return kind == Kind::Pointer;
     case 'e':
@@ -346,92 +359,70 @@ struct Verdict {
     UInt32 argument = 0;
 };
 
-constexpr bool IsKnownConversion(const Directive& directive, bool isScan) noexcept
+/// What is wrong with a directive, whatever its arguments are.
+constexpr Problem CheckDirective(const Directive& directive, bool isScan) noexcept
 {
     const char c = directive.conversion;
+    if (c == 'n') {
+        return Problem::Refused;
+    }
     const bool isKnown = IsIntegerConversion(c) || IsRealConversion(c) || c == 'c' || c == 's' || c == 'p' ||
                          c == '%' || (isScan && c == '[');
-    return isKnown && HasFittingLength(directive);
+    return isKnown && HasFittingLength(directive) ? Problem::None : Problem::BadDirective;
 }
 
-/// `getType` answers the type of an argument, given its index.
+/// Whether the argument of a directive fits it, behind those for width and precision. `input` is the kind of
+/// the text that is scanned, `None` for printing.
+constexpr Problem CheckArgument(const Directive& directive, const Type& type, Kind input) noexcept
+{
+    if (input == Kind::None) {
+        return FitsPrintDirective(directive, type.kind) ? Problem::None : Problem::WrongType;
+    }
+    if (!FitsScanDirective(directive, type.kind, input)) {
+        return Problem::WrongType;
+    }
+    // Text in an array has a terminator as well; single characters have not.
+    const UInt32 width = directive.width < 1 ? 1 : static_cast<UInt32>(directive.width);
+    const UInt32 needed = width + (directive.conversion != 'c');
+    return type.kind == input && needed > type.extent ? Problem::BufferTooSmall : Problem::None;
+}
+
+/// Checks a whole format. `getType` answers the type of an argument, given its index; `input` is as above.
 template <class Unit, class GetType>
-constexpr Verdict CheckPrintFormat(const Unit* format, GetType getType, UInt32 count) noexcept
+constexpr Verdict CheckFormat(const Unit* format, GetType getType, UInt32 count, Kind input) noexcept
 {
     Verdict verdict;
-    const auto fail = [&verdict](Problem problem) {
+    const auto fails = [&verdict](Problem problem) {
         verdict.problem = problem;
-        return verdict;
+        return problem != Problem::None;
     };
+    const bool isScan = input != Kind::None;
     while (*format != 0) {
         if (GetCode(*format++) != '%') {
             continue;
         }
         ++verdict.directive;
-        const Directive directive = ParsePrintDirective(format);
-        if (directive.conversion == 'n') {
-            return fail(Problem::Refused);
+        const Directive directive = isScan ? ParseScanDirective(format) : ParsePrintDirective(format);
+        if (fails(CheckDirective(directive, isScan))) {
+            return verdict;
         }
-        if (!IsKnownConversion(directive, false)) {
-            return fail(Problem::BadDirective);
-        }
-        const UInt32 numbers = UInt32{directive.takesWidth} + directive.takesPrecision;
-        const UInt32 needed = numbers + (directive.conversion != '%');
+        const UInt32 measures = UInt32{directive.takesWidth} + directive.takesPrecision;
+        const UInt32 needed = measures + (directive.conversion != '%' && !directive.isSuppressed);
         for (UInt32 i = 0; i < needed; ++i) {
             if (verdict.argument++ >= count) {
-                return fail(Problem::TooFewArguments);
+                fails(Problem::TooFewArguments);
+                return verdict;
             }
-            const Kind kind = getType(verdict.argument - 1).kind;
-            if (i < numbers ? kind != Kind::Int : !FitsPrintDirective(directive, kind)) {
-                return fail(Problem::WrongType);
+            const Type type = getType(verdict.argument - 1);
+            const bool isMeasure = i < measures;
+            if (isMeasure ? fails(type.kind == Kind::Int ? Problem::None : Problem::WrongType)
+                          : fails(CheckArgument(directive, type, input))) {
+                return verdict;
             }
         }
     }
-    return verdict.argument < count ? fail(Problem::ArgumentsLeftOver) : verdict;
-}
-
-template <class Unit, class GetType>
-constexpr Verdict CheckScanFormat(const Unit* format, GetType getType, UInt32 count,
-                                  Kind textOfInput) noexcept
-{
-    Verdict verdict;
-    const auto fail = [&verdict](Problem problem) {
-        verdict.problem = problem;
-        return verdict;
-    };
-    while (*format != 0) {
-        if (GetCode(*format++) != '%') {
-            continue;
-        }
-        ++verdict.directive;
-        const Directive directive = ParseScanDirective(format);
-        if (directive.conversion == 'n') {
-            return fail(Problem::Refused);
-        }
-        if (!IsKnownConversion(directive, true)) {
-            return fail(Problem::BadDirective);
-        }
-        if (directive.conversion == '[') {
-            format += directive.setLength + 1;
-        }
-        if (directive.conversion == '%' || directive.isSuppressed) {
-            continue;
-        }
-        if (verdict.argument++ >= count) {
-            return fail(Problem::TooFewArguments);
-        }
-        const Type type = getType(verdict.argument - 1);
-        if (!FitsScanDirective(directive, type.kind, textOfInput)) {
-            return fail(Problem::WrongType);
-        }
-        // Text in an array has a terminator as well; single characters have not.
-        const UInt32 terminator = directive.conversion == 'c' ? 0 : 1;
-        if (type.kind == textOfInput && type.extent != 0 && directive.width > 0 &&
-            static_cast<UInt32>(directive.width) + terminator > type.extent) {
-            return fail(Problem::BufferTooSmall);
-        }
-    }
-    return verdict.argument < count ? fail(Problem::ArgumentsLeftOver) : verdict;
+    fails(verdict.argument < count ? Problem::ArgumentsLeftOver : Problem::None);
+    return verdict;
 }
 
 } // namespace QV::FormatSyntax

@@ -27,6 +27,23 @@ USize FindFittingLength(const UInt16* text, USize length, USize most)
 
 } // namespace
 
+USize MeasureEncoded(const char* text, USize most, USize units) noexcept
+{
+    const QVCharCode code = units < most ? CHGetDefaultCharCode() : DefaultCharCode;
+    if (code != UTF8CharCode) {
+        return MeasureBytes(text, CHSingleByteCharacters(code) ? std::min(most, units) : most);
+    }
+    USize length = 0;
+    while (units != 0 && length < most && text[length] != 0) {
+        // The first byte of a character tells its length; the longest ones give two units.
+        const auto first = static_cast<unsigned char>(text[length]);
+        const USize bytes = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+        length += MeasureBytes(text + length, std::min(bytes, most - length));
+        units -= std::min<USize>(units, bytes == 4 ? 2 : 1);
+    }
+    return length;
+}
+
 void WriteEncoded(FormatOutput<char>& output, const UInt16* text, USize length, USize most, USize width,
                   bool leftAlign)
 {

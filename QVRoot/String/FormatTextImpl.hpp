@@ -8,30 +8,44 @@
 
 namespace QV::Impl {
 
-/// The length of a text, of which no more than `most` units of the output's size are wanted.
-template <class Unit, class Source>
-USize MeasureText(const Source* text, USize length, USize most) noexcept
+/// The length of a text of bytes up to its zero, at most `most`.
+inline USize MeasureBytes(const char* text, USize most) noexcept
 {
-    if (length != FormatArgument::Terminated) {
+    if (most == FormatArgument::UnknownLength) {
+        return std::strlen(text);
+    }
+    const void* const zero = std::memchr(text, 0, most);
+    return zero == nullptr ? most : static_cast<USize>(static_cast<const char*>(zero) - text);
+}
+
+/// The same, but no longer than what gives `units` UTF-16 units, where the default code page tells that byte
+/// by byte.
+USize MeasureEncoded(const char* text, USize most, USize units) noexcept;
+
+/// The length of an argument's text, of which no more than `most` units of the output's size are wanted. What
+/// lies behind those need not be text.
+template <class Unit, class Source>
+USize MeasureText(const Source* text, const FormatArgument& argument, USize most) noexcept
+{
+    USize length = argument.GetLength();
+    if (!argument.IsTerminated()) {
         return length;
     }
     if constexpr (sizeof(Source) == 1) {
-        // How many bytes give so many units is not known yet.
-        if (most == ~USize{0} || sizeof(Unit) != 1) {
-            return std::strlen(text);
+        return sizeof(Unit) == 1 ? MeasureBytes(text, std::min(length, most))
+                                 : MeasureEncoded(text, length, most);
+    } else {
+        most = std::min(most, length);
+        length = 0;
+        while (length < most && text[length] != 0) {
+            ++length;
         }
-    }
-    length = 0;
-    while (length < most && text[length] != 0) {
-        ++length;
-    }
-    if constexpr (sizeof(Source) > sizeof(Unit)) {
         // Half a pair would be no character, and the whole one takes more bytes than are left.
-        if (length == most && length != 0 && (text[length - 1] & 0xFC00) == 0xD800) {
+        if (sizeof(Unit) == 1 && length == most && length != 0 && (text[length - 1] & 0xFC00) == 0xD800) {
             --length;
         }
+        return length;
     }
-    return length;
 }
 
 template <class Unit>
@@ -76,8 +90,9 @@ void WriteText(FormatOutput<Unit>& output, const Source* text, USize length, USi
         } else {
             const UniString decoded(text, static_cast<UInt32>(std::min<USize>(length, 0xFFFFFFFE)));
             const auto view = decoded.GetView();
+            const bool cutsPair = most != 0 && most < view.size() && (view[most - 1] & 0xFC00) == 0xD800;
             WritePadded(output, reinterpret_cast<const UInt16*>(view.data()),
-                        std::min<USize>(view.size(), most), width, leftAlign);
+                        std::min<USize>(view.size(), most - cutsPair), width, leftAlign);
         }
     } else {
         WriteEncoded(output, text, length, most, width, leftAlign);

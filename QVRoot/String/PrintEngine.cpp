@@ -186,12 +186,10 @@ void PrintText(FormatOutput<Unit>& output, const Directive& directive, const For
         WriteText(output, "(null)", 6, most, width, directive.leftAlign);
     } else if (argument.GetKind() == Kind::Text8) {
         const auto* const text = static_cast<const char*>(argument.GetPointer());
-        WriteText(output, text, MeasureText<Unit>(text, argument.GetLength(), most), most, width,
-                  directive.leftAlign);
+        WriteText(output, text, MeasureText<Unit>(text, argument, most), most, width, directive.leftAlign);
     } else {
         const auto* const text = static_cast<const UInt16*>(argument.GetPointer());
-        WriteText(output, text, MeasureText<Unit>(text, argument.GetLength(), most), most, width,
-                  directive.leftAlign);
+        WriteText(output, text, MeasureText<Unit>(text, argument, most), most, width, directive.leftAlign);
     }
 }
 
@@ -201,11 +199,16 @@ void PrintCharacter(FormatOutput<Unit>& output, const Directive& directive, cons
     const USize width = directive.width < 0 ? 0 : static_cast<USize>(directive.width);
     const bool isUnit = argument.GetKind() == Kind::Unit || directive.length == Length::Long ||
                         (sizeof(Unit) == 2 && argument.GetKind() != Kind::Char);
-    const auto unit = static_cast<UInt16>(argument.GetInteger());
-    const auto byte = static_cast<char>(argument.GetInteger());
-    if (isUnit) {
+    const auto code = static_cast<UInt32>(argument.GetInteger());
+    if (isUnit && code - 0x10000 <= 0xFFFFF) {
+        const UInt16 pair[] = {static_cast<UInt16>((code >> 10) + 0xD7C0),
+                               static_cast<UInt16>((code & 0x3FF) + 0xDC00)};
+        WriteText(output, pair, 2, ~USize{0}, width, directive.leftAlign);
+    } else if (isUnit) {
+        const auto unit = static_cast<UInt16>(code);
         WriteText(output, &unit, 1, ~USize{0}, width, directive.leftAlign);
     } else {
+        const auto byte = static_cast<char>(code);
         WriteText(output, &byte, 1, ~USize{0}, width, directive.leftAlign);
     }
 }
@@ -304,6 +307,30 @@ bool PrintPlain(FormatOutput<Unit>& output, UInt32 letter, const FormatArgument&
     return false;
 }
 
+template <class Unit>
+Problem PrintDirective(FormatOutput<Unit>& output, Directive& directive, ArgumentReader& arguments)
+{
+    if (const Problem problem = FormatSyntax::CheckDirective(directive, false); problem != Problem::None) {
+        return problem;
+    }
+    if (!TakeMeasures(arguments, directive)) {
+        return Problem::WrongType;
+    }
+    if (directive.conversion == '%') {
+        output.Put('%');
+        return Problem::None;
+    }
+    const FormatArgument* const argument = arguments.Take();
+    if (argument == nullptr) {
+        return Problem::TooFewArguments;
+    }
+    const Problem problem = FormatSyntax::CheckArgument(directive, {argument->GetKind()}, Kind::None);
+    if (problem == Problem::None) {
+        PrintArgument(output, directive, *argument);
+    }
+    return problem;
+}
+
 } // namespace
 
 template <class FormatUnit, class Unit>
@@ -336,19 +363,11 @@ Verdict Print(FormatOutput<Unit>& output, const FormatUnit* format, FormatArgume
             continue;
         }
         Directive directive = FormatSyntax::ParsePrintDirective(format);
-        const bool isKnown = FormatSyntax::IsKnownConversion(directive, false);
-        const bool isMeasured = isKnown && TakeMeasures(arguments, directive);
-        if (isMeasured && directive.conversion == '%') {
-            output.Put('%');
-            continue;
-        }
-        const FormatArgument* const argument = isMeasured ? arguments.Take() : nullptr;
-        verdict.argument = arguments.GetUsed();
-        if (argument == nullptr || !FitsPrintDirective(directive, argument->GetKind())) {
-            verdict.problem = isKnown ? Problem::WrongType : Problem::BadDirective;
+        verdict.problem = PrintDirective(output, directive, arguments);
+        if (verdict.problem != Problem::None) [[unlikely]] {
+            verdict.argument = arguments.GetUsed();
             return verdict;
         }
-        PrintArgument(output, directive, *argument);
     }
 }
 

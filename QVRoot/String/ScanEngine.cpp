@@ -149,18 +149,14 @@ private:
         ++format_;
         ++verdict_.directive;
         const Directive directive = FormatSyntax::ParseScanDirective(format_);
-        const Unit* const set = format_;
-        if (!IsKnownConversion(directive, true)) {
-            return Refuse(Problem::BadDirective);
+        if (const Problem problem = CheckDirective(directive, true); problem != Problem::None) {
+            return Refuse(problem);
         }
         if (directive.conversion == '%') {
             SkipInputSpace();
             return MatchUnit('%');
         }
-        if (directive.conversion == '[') {
-            format_ += directive.setLength + 1;
-        }
-        return Convert(directive, set);
+        return Convert(directive);
     }
 
     Outcome Refuse(Problem problem)
@@ -183,7 +179,7 @@ private:
         return Matched;
     }
 
-    Outcome Convert(const Directive& directive, const Unit* set)
+    Outcome Convert(const Directive& directive)
     {
         const ScanArgument* argument = nullptr;
         if (!directive.isSuppressed) {
@@ -191,8 +187,9 @@ private:
                 return Refuse(Problem::TooFewArguments);
             }
             argument = &arguments_.arguments[verdict_.argument++];
-            if (!FitsScanDirective(directive, argument->GetType().kind, textKind)) {
-                return Refuse(Problem::WrongType);
+            const Problem problem = CheckArgument(directive, argument->GetType(), textKind);
+            if (problem != Problem::None) {
+                return Refuse(problem);
             }
         }
         const bool isText = directive.conversion == 'c' || directive.conversion == '[';
@@ -206,7 +203,7 @@ private:
         if (FormatSyntax::IsRealConversion(directive.conversion)) {
             outcome = ConvertReal(directive, argument);
         } else if (isText || directive.conversion == 's') {
-            outcome = ConvertText(directive, set, argument);
+            outcome = ConvertText(directive, argument);
         } else {
             outcome = ConvertInteger(directive, argument);
         }
@@ -272,11 +269,12 @@ private:
     }
 
     /// The end of the text that a directive takes.
-    const Unit* FindTextEnd(const Directive& directive, const Unit* set, const Unit* end) const
+    const Unit* FindTextEnd(const Directive& directive, const Unit* end) const
     {
         if (directive.conversion == 'c') {
             return end;
         }
+        const Unit* const set = format_ - directive.setLength - 1; // its bracket ends the directive
         const Unit* at = at_;
         while (at != end && (directive.conversion == 's'
                                  ? !IsSpace(*at)
@@ -286,7 +284,7 @@ private:
         return at;
     }
 
-    Outcome ConvertText(const Directive& directive, const Unit* set, const ScanArgument* argument)
+    Outcome ConvertText(const Directive& directive, const ScanArgument* argument)
     {
         const bool isCharacters = directive.conversion == 'c';
         const Kind kind = argument == nullptr ? Kind::None : argument->GetType().kind;
@@ -295,23 +293,17 @@ private:
         if (isCharacters && end - at_ < width) {
             return InputEnded;
         }
-        if (kind == textKind) {
-            const USize extent = argument->GetType().extent;
-            if (extent < (isCharacters ? static_cast<USize>(width) : USize{1})) {
-                return Refuse(Problem::BufferTooSmall);
-            }
-            if (!isCharacters) {
-                end = at_ + std::min(static_cast<USize>(end - at_), extent - 1);
-            }
+        if (kind == textKind && !isCharacters) {
+            end = at_ + std::min(static_cast<USize>(end - at_), USize{argument->GetType().extent} - 1);
         }
-        end = FindTextEnd(directive, set, end);
+        end = FindTextEnd(directive, end);
         if (end == at_) {
             return Failed;
         }
         const USize length = static_cast<USize>(end - at_);
         if (kind == textKind) {
             Unit* const units = static_cast<Unit*>(argument->GetVariable());
-            std::memcpy(units, at_, length * sizeof(Unit));
+            std::memmove(units, at_, length * sizeof(Unit)); // the array may be the text itself
             if (!isCharacters) {
                 units[length] = 0;
             }

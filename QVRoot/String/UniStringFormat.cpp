@@ -1,4 +1,3 @@
-#include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/String/FormatOutputImpl.hpp>
 #include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniStringFormat.hpp>
@@ -7,18 +6,9 @@ namespace QV {
 
 namespace {
 
-template <class Unit>
-void RequireFormat(const Unit* format)
-{
-    if (format == nullptr) {
-        QV_THROW(NullPointerException, "UniString: format is null");
-    }
-}
-
 template <class FormatUnit>
 UniString PrintfImpl(const FormatUnit* format, const FormatArgument* arguments, UInt32 count, bool isChecked)
 {
-    RequireFormat(format);
     UniString result;
     unsigned short piece[256];
     Impl::FormatOutput<unsigned short> output(piece, 256, UniStringHandleTextForPrintf, &result);
@@ -73,14 +63,12 @@ UniString UniString::CheckedPrintf(const unsigned short* format, const FormatArg
 int UniString::CheckedScanf(const char* format, const ScanArgument* arguments, UInt32 count,
                             bool isChecked) const
 {
-    RequireFormat(format);
     return CheckedScanf(UniString(format).ToUStr(), arguments, count, isChecked);
 }
 
 int UniString::CheckedScanf(const unsigned short* format, const ScanArgument* arguments, UInt32 count,
                             bool isChecked) const
 {
-    RequireFormat(format);
     // A variable may be this string: what is scanned stays as it is then.
     const UniString kept(*this);
     UInt32 length = 0;
