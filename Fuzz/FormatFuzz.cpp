@@ -39,11 +39,11 @@ void PrintWith(const std::string& format, const Arguments&... arguments)
             char text[300];
             const int count = checkedvsnprintf(text, size, format.c_str(), {list, sizeof...(Arguments)},
                                                static_cast<FormatCStrCheckFlags>(flags));
-            Require(count < static_cast<int>(size) && text[std::max(count, 0)] == '\0');
+            Require(count < static_cast<int>(size) && (count < 0 || text[count] == '\0'));
             unsigned short wideText[300];
             const int wideCount = checkedvsnprintf(wideText, size, units, {list, sizeof...(Arguments)},
                                                    static_cast<FormatUStrCheckFlags>(flags));
-            Require(wideCount < static_cast<int>(size) && wideText[std::max(wideCount, 0)] == 0);
+            Require(wideCount < static_cast<int>(size) && (wideCount < 0 || wideText[wideCount] == 0));
             Require((count < 0) == (wideCount < 0));
         }
     }

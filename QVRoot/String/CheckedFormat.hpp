@@ -149,7 +149,8 @@ public:
 };
 
 /// Print into a buffer of `size` units and answer the units written without the terminator: at most size - 1.
-/// A longer text is cut. With size 0 nothing is written, and the buffer may be null.
+/// A longer text is cut. With size 0 nothing is written, and the buffer may be null. Text that is printed
+/// must not lie in the buffer.
 /// @{
 QV_EXPORT int checkedvsnprintf(char* buffer, USize size, const char* format, FormatArgumentList arguments,
                                FormatCStrCheckFlags flags = FormatCStrCheckDefault);

@@ -132,12 +132,20 @@ constexpr double exactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
 template <class Real>
 constexpr int lastExactRealPower = sizeof(Real) == 8 ? 22 : 10;
 
+/// Whether the processor rounds as results are to be rounded, which a program may have changed.
+bool RoundsToNearest()
+{
+    static const volatile float tiny = std::numeric_limits<float>::min();
+    return 1 + tiny == 1 - tiny;
+}
+
 /// Digits and power both exact: one operation rounds the result once.
 template <class Real>
 bool MakeFromExactParts(UInt64 digits, Int64 exponent, Real& result)
 {
     constexpr int last = lastExactRealPower<Real>;
-    if (digits >> Layout<Real>::mantissaBits != 0 || exponent < -last || exponent > last) {
+    if (digits >> Layout<Real>::mantissaBits != 0 || exponent < -last || exponent > last ||
+        !RoundsToNearest()) {
         return false;
     }
     const Real exact = static_cast<Real>(static_cast<Int64>(digits));

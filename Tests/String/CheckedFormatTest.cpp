@@ -10,6 +10,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
+#include <memory>
 #include <string>
 
 using namespace QV;
@@ -134,8 +135,13 @@ TEST(CheckedPrintf, PrintsTextCharactersAndPointers)
     EXPECT_EQ(Printed("%p", reinterpret_cast<void*>(0xDEADBEEF)), "0x00000000DEADBEEF");
     EXPECT_EQ(Printed("%22p|%-22p|", nullptr, nullptr), "    0x0000000000000000|0x0000000000000000    |");
     EXPECT_EQ(Printed("%d %d %u %d", 'a', true, u'\u20AC', static_cast<unsigned char>(200)), "97 1 8364 200");
-    const char unterminated[] = {'a', 'b', 'c'};
-    EXPECT_EQ(Printed("%.3s", static_cast<const char*>(unterminated)), "abc");
+    const std::string::size_type size = 3;
+    const auto unterminated = std::make_unique<char[]>(size); // where a sanitizer sees its end
+    std::memcpy(unterminated.get(), "\xC3\xBC!", size);
+    const char* const start = unterminated.get();
+    EXPECT_EQ(Printed("%.3s|%s", start, reinterpret_cast<const char(&)[size]>(*start)),
+              "\xC3\xBC!|\xC3\xBC!");
+    EXPECT_EQ(UniString::Printf("%.2s|%.1s", start, start), u"\u00FC!|\u00FC");
 }
 
 TEST(CheckedPrintf, ConvertsTextBetweenTheUnits)
@@ -150,6 +156,8 @@ TEST(CheckedPrintf, ConvertsTextBetweenTheUnits)
     EXPECT_EQ(UniString::Printf(u"\u00FC%c%c%s", u'\u20AC', 0x20AC, text),
               UniString(u"\u00FC\u20AC\u20AC") += text);
     EXPECT_EQ(Printed("%.2s|%.1s", u"a\U0001F600", u"\U0001F600"), "a|");
+    EXPECT_EQ(UniString::Printf("%.1s%c", "\xF0\x9F\x98\x80", 0x1F600), u"\U0001F600");
+    EXPECT_EQ(Printed("%c|%lc", u'\u00FC', 0x1F600), "\xC3\xBC|\xF0\x9F\x98\x80");
     EXPECT_EQ(Printed("<%s>", UniString(u"\xD800")), "<>") << "what does not convert is left out";
     const UniString long_(u"\u20AC", 1);
     UniString many;
@@ -177,7 +185,7 @@ TEST(CheckedPrintf, CutsAtTheEndOfTheBuffer)
     unsigned short units[4];
     EXPECT_EQ(checkedsnprintf(units, 4, u"%d", 12345), 3);
     EXPECT_EQ(UniString(units), u"123");
-    EXPECT_EQ(checkedsnprintf(units, 4, u"%.2147483638d", 1), 3);
+    EXPECT_EQ(checkedsnprintf(units, 4, u"%.2147483647d%*d", 1, -2147483647 - 1, 1), 3);
 }
 
 TEST(CheckedFormat, RefusesAtRunTimeWhatDoesNotFit)
@@ -202,13 +210,20 @@ TEST(CheckedFormat, RefusesAtRunTimeWhatDoesNotFit)
         EXPECT_THROW(print(format, 1), IllegalArgumentException) << format;
     }
     EXPECT_THROW(print(static_cast<const char*>(nullptr)), NullPointerException);
-    EXPECT_STREQ(text, "") << "nothing of the text was written";
+    EXPECT_STREQ(text, "before") << "nothing was written";
 
     const FormatArgument one[] = {1.5};
     EXPECT_EQ(checkedvsnprintf(text, sizeof(text), "%d", {one, 1}, FormatCStrReturnOnMismatch), -1);
     EXPECT_THROW(checkedvsnprintf(text, sizeof(text), "%d", {one, 1}, FormatCStrCheckedBefore),
                  IllegalTypeException)
         << "a claim that is not true does no harm";
+    EXPECT_STREQ(text, "before");
+    EXPECT_THROW(
+        checkedvsnprintf(text, sizeof(text), "half%s", FormatArgumentList{one, 1}, FormatCStrCheckedBefore),
+        IllegalTypeException);
+    EXPECT_STREQ(text, "") << "no half text";
+    EXPECT_THROW(String().Format(static_cast<const char*>(nullptr)), NullPointerException);
+    EXPECT_THROW(UniString::Printf(static_cast<const char16_t*>(nullptr)), NullPointerException);
 
     int number = 7;
     char word[4];
@@ -222,6 +237,10 @@ TEST(CheckedFormat, RefusesAtRunTimeWhatDoesNotFit)
     EXPECT_THROW(scan("%4s", word), IllegalTypeException);
     EXPECT_THROW(scan("%5c", word), IllegalTypeException);
     EXPECT_THROW(scan("%d%d", &number), IllegalTypeException);
+    EXPECT_THROW(scan("%ls", word), IllegalTypeException);
+    EXPECT_THROW(scan("%d%s", &number, ScanBuffer<char>{word, 0}), IllegalTypeException);
+    EXPECT_THROW(scan("%d%s", &number, ScanBuffer<char>{nullptr, 5}), NullPointerException);
+    EXPECT_THROW(scan("%d%d", &number, static_cast<int*>(nullptr)), NullPointerException);
     for (const char* const format : {"%n", "%[abc", "%[", "%0d", "%", "%[]"}) {
         EXPECT_THROW(scan(format, &number), IllegalArgumentException) << format;
     }
@@ -236,18 +255,12 @@ TEST(CheckedFormat, RefusesAtRunTimeWhatDoesNotFit)
 }
 
 // What the compiler is told is what the run time is told.
-using FormatSyntax::CheckPrintFormat;
 using FormatSyntax::Kind;
 using FormatSyntax::Problem;
 constexpr Problem Check(const char* format, Kind kind)
 {
-    return CheckPrintFormat(
-               format,
-               [kind](UInt32) {
-                   return FormatSyntax::Type{kind, 0};
-               },
-               1)
-        .problem;
+    const auto getType = [kind](UInt32) { return FormatSyntax::Type{kind}; };
+    return FormatSyntax::CheckFormat(format, getType, 1, Kind::None).problem;
 }
 static_assert(Check("%+08d%%", Kind::Int) == Problem::None &&
               Check("%d", Kind::Double) == Problem::WrongType);

@@ -1,7 +1,7 @@
 #include <QVRoot/String/LocaleSymbols.hpp>
 #include <QVRoot/String/NumberText.hpp>
 
-#include <cerrno>
+#include <cfenv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -194,6 +194,17 @@ TEST(StrToValue, TakesTheFormsOfFloatingPointThatCTakes)
     CompareWithC(tie + std::string(1000, '0') + "1");
     CompareWithC(std::string(1000, '0') + "." + std::string(1000, '0') + "1e1000");
     CompareWithC(std::string(400, '9') + "e-300");
+}
+
+TEST(StrToValue, RoundsToNearestWhateverTheProcessorDoes)
+{
+    for (const int mode : {FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
+        std::fesetround(mode);
+        const double values[] = {ValueOf<double>("0.3"), ValueOf<double>("0.1"), ValueOf<double>("1e23")};
+        const float single = ValueOf<float>("1.1");
+        std::fesetround(FE_TONEAREST);
+        EXPECT_TRUE(values[0] == 0.3 && values[1] == 0.1 && values[2] == 1e23 && single == 1.1f) << mode;
+    }
 }
 
 TEST(StrToValue, AgreesWithTheCLibraryOnRandomNumbers)
