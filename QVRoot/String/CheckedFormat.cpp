@@ -68,8 +68,7 @@ template <class Unit>
 int PrintInto(Unit* buffer, USize size, const Unit* format, FormatArgumentList arguments, UInt32 flags)
 {
     Unit nothing[1];
-    const bool hasBuffer = size != 0;
-    if (!hasBuffer) {
+    if (size == 0) {
         buffer = nothing;
         size = 1;
     }
