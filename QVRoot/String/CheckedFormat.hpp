@@ -10,7 +10,8 @@
 /// - Printing: flags "-+ #0", width, precision (both may be '*', an `int`), lengths hh h l ll j z t L,
 ///   conversions d i u o x X c s p f F e E g G a A %. "%s" takes text of bytes and of UTF-16 units, `String`,
 ///   `UniString` and the standard library's strings, and converts by the default code page where the units
-///   differ; "%hs" and "%ls" insist on one of them. Width and precision of text count units of the result.
+///   differ; "%hs" and "%ls" insist on one of them, in scanning too. Width and precision of text count units
+///   of the result.
 ///   "%p" gives "0x" and 16 digits.
 /// - Scanning: '*', width, the same lengths and conversions and "%[…]". Numbers are taken as `strtovalue`
 ///   takes them. Text goes into arrays, which are never overrun and always terminated, or into strings. An
@@ -21,8 +22,9 @@
 /// compile. Any other format (`const char*`, or an array through a pointer) is checked when it is used.
 ///
 /// Threads: any. Errors: `IllegalTypeException` when an argument is missing, left over or of the wrong type,
-/// `IllegalArgumentException` for a format that is none, `NullPointerException`; nothing has been written or
-/// stored then. Allocation: none, but for text beyond ASCII that is converted and for strings scanned into.
+/// `IllegalArgumentException` for a format that is none, `NullPointerException` for a format, text, buffer or
+/// variable that is null; nothing has been written or stored then. Allocation: none, but for text beyond
+/// ASCII that is converted and for strings scanned into.
 #pragma once
 
 #include <QVRoot/String/FormatArgument.hpp>

@@ -4,6 +4,8 @@
 ///     checkedvsnprintf(text, sizeof(text), "%d %s", {arguments, 2});
 ///
 /// An argument refers to text and to scanned variables: both must outlive it. A null text prints as "(null)".
+/// Text in an array ends at its zero or with the array, text behind a pointer at its zero or at the
+/// precision.
 ///
 /// Threads: a value. Errors: types that no directive takes do not compile. Allocation: none.
 #pragma once
