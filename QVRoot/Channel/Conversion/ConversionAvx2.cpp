@@ -24,6 +24,9 @@ struct Vector256 {
         return static_cast<UInt32>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(a, b)));
     }
 
+    static constexpr bool canCompress = false;
+    static UInt8* Compress(UInt8* target, Register, UInt64, UInt8, UInt64) { return target; }
+
     /// The upper half of a map in rows of 16, each in both halves of its register.
     struct UpperMap {
         Register rows[8];

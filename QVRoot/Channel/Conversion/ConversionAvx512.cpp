@@ -20,6 +20,15 @@ struct Vector512 {
     static Register Shuffle(Register bytes, Register places) { return _mm512_shuffle_epi8(bytes, places); }
     static UInt64 GetEqual(Register a, Register b) { return _mm512_cmpeq_epi8_mask(a, b); }
 
+    /// Stores bytes, those of `changed` as `byte` and those of `left` not at all, and answers where they end.
+    static constexpr bool canCompress = true;
+    static UInt8* Compress(UInt8* target, Register bytes, UInt64 changed, UInt8 byte, UInt64 left)
+    {
+        const Register others = _mm512_mask_set1_epi8(bytes, changed, static_cast<char>(byte));
+        Store(target, _mm512_maskz_compress_epi8(~left, others));
+        return target + _mm_popcnt_u64(~left);
+    }
+
     /// The upper half of a map fills two registers, which one instruction looks up.
     struct UpperMap {
         Register first;

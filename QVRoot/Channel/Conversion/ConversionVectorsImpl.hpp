@@ -79,66 +79,88 @@ struct ConversionWith {
         ChangeInPlace<V, 1>(text, length, [&](auto bytes) { return upper.Translate(bytes); });
     }
 
-    static UInt64 FindByte(typename V::Register bytes, char byte)
-    {
-        return V::GetEqual(bytes, V::Spread(byte));
-    }
-
     static LineEnds CountLineEnds(const UInt8* text, USize length)
     {
         LineEnds ends = {0, 0};
-        UInt64 followsCr = 0;
+        LineEndFinder finder;
         USize i = 0;
         for (; length - i >= V::size; i += V::size) {
-            const auto bytes = V::Load(text + i);
-            const UInt64 crs = FindByte(bytes, '\r');
-            const UInt64 lfs = FindByte(bytes, '\n');
-            const UInt64 pairs = lfs & (crs << 1 | followsCr);
-            ends.pairs += CountBits(pairs);
-            ends.singles += CountBits(crs) + CountBits(lfs);
-            followsCr = crs >> (V::size - 1);
+            finder.Look(V::Load(text + i));
+            ends.pairs += CountBits(finder.pairEnds);
+            ends.singles += CountBits(finder.begins);
         }
         const LineEnds rest = ReferenceCountLineEnds(text + i, length - i);
-        const bool isBroken = followsCr != 0 && i < length && text[i] == '\n'; // a pair across the border
+        const bool isBroken =
+            i < length && finder.GoesOn(text[i]); // what the rest counts as an end of its own
         ends.pairs += rest.pairs + isBroken;
-        ends.singles += rest.singles + 2 * rest.pairs;
-        ends.singles -= 2 * ends.pairs;
+        ends.singles += rest.singles + rest.pairs - isBroken;
+        ends.singles -= ends.pairs; // of which the beginnings were counted
         return ends;
     }
 
-    /// Whole registers are copied, of which what lies in front of the first line end counts.
     static void RewriteLineEnds(LineRewriting& rewriting)
     {
+        LineEndFinder finder;
         const UInt8* source = rewriting.source;
         UInt8* target = rewriting.target;
-        const UInt8 first = rewriting.lineEnd[0];
-        const UInt8 second = rewriting.lineEnd[1];
-        const USize lineEndLength = rewriting.lineEndLength;
-        // A pair may reach one byte beyond the register, and so may what is written in its place.
-        while (rewriting.sourceEnd - source > static_cast<Int64>(V::size) &&
-               rewriting.targetEnd - target > static_cast<Int64>(V::size)) {
+        // Whole registers are copied, of which the front counts, and each byte may become two.
+        while (rewriting.sourceEnd - source >= 2 * static_cast<Int64>(V::size) &&
+               rewriting.targetEnd - target >= 3 * static_cast<Int64>(V::size)) {
             const auto bytes = V::Load(source);
-            V::Store(target, bytes);
-            const UInt64 found = FindByte(bytes, '\r') | FindByte(bytes, '\n');
-            if (found == 0) {
-                source += V::size;
+            finder.Look(bytes);
+            if ((finder.begins | finder.pairEnds) == 0) {
+                V::Store(target, bytes);
                 target += V::size;
-                continue;
+            } else if (V::canCompress && rewriting.lineEndLength == 1) {
+                target = V::Compress(target, bytes, finder.begins, rewriting.lineEnd[0], finder.pairEnds);
+            } else {
+                target = CopyRuns(finder, source, target, rewriting);
             }
-            const int length = __bsfq(static_cast<Int64>(found));
-            source += length;
-            target += length;
-            target[0] = first;
-            target[1] = second;
-            target += lineEndLength;
-            source += 1 + ((source[0] == '\r') & (source[1] == '\n'));
+            source += V::size;
         }
+        source += source != rewriting.sourceEnd && finder.GoesOn(*source);
         rewriting.source = source;
         rewriting.target = target;
     }
 
 private:
     static UInt32 CountBits(UInt64 bits) { return static_cast<UInt32>(_mm_popcnt_u64(bits)); }
+
+    /// The line ends of one register after the other: bits for where they begin, and for the LF of pairs.
+    struct LineEndFinder {
+        UInt64 begins = 0;
+        UInt64 pairEnds = 0;
+        UInt64 followsCr = 0;
+
+        void Look(typename V::Register bytes)
+        {
+            const UInt64 crs = V::GetEqual(bytes, V::Spread('\r'));
+            const UInt64 lfs = V::GetEqual(bytes, V::Spread('\n'));
+            pairEnds = lfs & (crs << 1 | followsCr);
+            begins = crs | (lfs ^ pairEnds);
+            followsCr = crs >> (V::size - 1);
+        }
+        /// Whether a byte behind the registers is the second of a pair.
+        bool GoesOn(UInt8 next) const { return followsCr != 0 && next == '\n'; }
+    };
+
+    /// Copies what lies between the line ends of a register.
+    static UInt8* CopyRuns(const LineEndFinder& finder, const UInt8* source, UInt8* target,
+                           const LineRewriting& rewriting)
+    {
+        USize done = finder.pairEnds & 1; // of a pair that began in the register before
+        for (UInt64 left = finder.begins; left != 0; left &= left - 1) {
+            const USize place = static_cast<USize>(__bsfq(static_cast<Int64>(left)));
+            V::Store(target, V::Load(source + done));
+            target += place - done;
+            target[0] = rewriting.lineEnd[0];
+            target[1] = rewriting.lineEnd[1];
+            target += rewriting.lineEndLength;
+            done = place + 1 + (finder.pairEnds >> place >> 1 & 1);
+        }
+        V::Store(target, V::Load(source + done));
+        return target + (V::size - done);
+    }
 };
 
 template <class V>
