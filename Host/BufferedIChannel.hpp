@@ -1,11 +1,11 @@
 /// An input channel over any source of bytes, with all of the channel's operations. What the source is, the
 /// derived class says.
 ///
-/// | operation           | at the end of the input                                                          |
-/// |---------------------|----------------------------------------------------------------------------------|
-/// | `ReadBin`, `Skip`   | deliver or pass over the rest; `ErrEndOfInput` when it is less than asked for | |
-/// `CopyBin`, `Look`   | `ErrEndOfInput`, which is not kept: nothing was consumed                          |
-/// | `DirectInputAccess` | a shorter window; `ErrEndOfInput` when nothing is left |
+/// | operation           | at the end of the input                                                |
+/// |---------------------|------------------------------------------------------------------------|
+/// | `ReadBin`, `Skip`   | what is left; `ErrEndOfInput` when it is less than asked for           |
+/// | `CopyBin`, `Look`   | `ErrEndOfInput`, which is not kept: nothing was consumed               |
+/// | `DirectInputAccess` | a shorter window; `ErrEndOfInput` when nothing is left                 |
 ///
 /// A failing `ReadBin`, `Skip` or `DirectInputAccess` puts the channel into the error state, in which every
 /// operation answers the stored code and does nothing until `ResetInputStatus`.

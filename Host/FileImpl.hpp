@@ -1,6 +1,7 @@
 /// One open file of the operating system. `FilePosix.cpp` and `FileWin.cpp` implement it.
 ///
-/// Names are UTF-16; on Linux they become UTF-8. Descriptors are not inherited by child processes.
+/// Names are UTF-16; on Linux they become UTF-8. Descriptors are not inherited by child processes. What moves
+/// bytes is virtual, so that a test can let it fail where it likes.
 #pragma once
 
 #include <QVRoot/String/UniString.hpp>
@@ -13,7 +14,7 @@ using SystemError = Int32;
 class File {
 public:
     File() noexcept = default;
-    ~File() { Close(); }
+    virtual ~File() { File::Close(); }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
@@ -23,18 +24,18 @@ public:
     SystemError OpenForReading(const UniString& path);
     /// Makes a file that does not exist yet. Where `model` names a file, its permissions are taken over.
     SystemError CreateNew(const UniString& path, const UniString& model);
-    SystemError Close() noexcept;
+    virtual SystemError Close() noexcept;
 
     /// Reads on from where the last read ended. Success with 0 bytes is the end of the file.
-    SystemError Read(char* dest, UInt32 n, UInt32* got) noexcept;
+    virtual SystemError Read(char* dest, UInt32 n, UInt32* got) noexcept;
     /// Moves the place where the next read begins.
     SystemError SeekBy(Int64 distance) noexcept;
     /// Bytes between that place and the end; an error for a file that has no length, such as a pipe.
     SystemError GetRest(UInt64* n) const noexcept;
     /// Writes all bytes at the given place; on failure `written` tells how many got there.
-    SystemError WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept;
+    virtual SystemError WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept;
     /// Forces what was written onto the disk.
-    SystemError Synchronize() noexcept;
+    virtual SystemError Synchronize() noexcept;
 
 private:
     static constexpr Int64 closed = -1;
@@ -47,7 +48,8 @@ SystemError RenameOver(const UniString& from, const UniString& target);
 SystemError RemoveFile(const UniString& path);
 
 /// What a name that is to be replaced stands for: through symbolic links, where the system has them.
-/// Something that exists and is no regular file answers an error.
+/// Something that exists and is no regular file answers an error, and so does a file that is write-protected,
+/// though its folder would let it be replaced.
 SystemError ResolveTarget(const UniString& path, UniString* target);
 
 /// A number that no other process has at the same time.

@@ -175,6 +175,9 @@ SystemError ResolveTarget(const UniString& path, UniString* target)
     if (!S_ISREG(about.st_mode)) {
         return S_ISDIR(about.st_mode) ? EISDIR : EINVAL;
     }
+    if (faccessat(AT_FDCWD, name.c_str(), W_OK, AT_EACCESS) != 0) {
+        return errno;
+    }
     if (char* const resolved = realpath(name.c_str(), nullptr)) {
         *target = UniString(resolved, UTF8CharCode);
         free(resolved);

@@ -158,7 +158,14 @@ SystemError ResolveTarget(const UniString& path, UniString* target)
         return ERROR_INVALID_NAME;
     }
     *target = path;
-    return IsFolder(AsWide(path.ToUStr())) ? folderNotSupported : 0;
+    const DWORD attributes = GetFileAttributesW(AsWide(path.ToUStr()));
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return 0;
+    }
+    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        return folderNotSupported;
+    }
+    return (attributes & FILE_ATTRIBUTE_READONLY) != 0 ? ERROR_ACCESS_DENIED : 0;
 }
 
 UInt32 GetProcessNumber() noexcept

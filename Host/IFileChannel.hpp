@@ -18,7 +18,9 @@ namespace QV::Host {
 
 class IFileChannel : public BufferedIChannel {
 public:
-    IFileChannel() = default;
+    IFileChannel() noexcept : file_(ownFile_) {}
+    /// Reads through a file of the caller's, which must live on.
+    explicit IFileChannel(Impl::File& file) noexcept : file_(file) {}
 
     /// Opens a file at its first byte, and closes the one that was open. `ErrFileNotFound`, `ErrFileAccess`
     /// or `ErrFileOpen`.
@@ -34,7 +36,8 @@ private:
     QVErrCode SkipSource(UInt64 n, UInt64* skipped) override;
     QVErrCode GetSourceAvailable(UInt64* n) const override;
 
-    Impl::File file_;
+    Impl::File ownFile_;
+    Impl::File& file_;
     UniString errorText_;
 };
 

@@ -78,10 +78,10 @@ QVErrCode OFileChannel::Commit()
     if (const QVErrCode error = Flush()) {
         return error;
     }
-    if (const QVErrCode error = NoteWriting(file_.Synchronize())) {
-        return error;
+    QVErrCode error = NoteWriting(file_.Synchronize());
+    if (error == NoError) {
+        error = NoteWriting(file_.Close());
     }
-    QVErrCode error = NoteWriting(file_.Close());
     if (error == NoError) {
         error = NoteWriting(Impl::RenameOver(temporary_, target_));
     }

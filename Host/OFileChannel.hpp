@@ -23,16 +23,20 @@ namespace QV::Host {
 
 class OFileChannel : public MarkingOChannel {
 public:
-    OFileChannel() = default;
+    OFileChannel() noexcept : file_(ownFile_) {}
+    /// Writes through a file of the caller's, which must live on.
+    explicit OFileChannel(Impl::File& file) noexcept : file_(file) {}
     /// Discards what was not committed.
     ~OFileChannel() override;
 
-    /// Begins a new content for the file. A symbolic link stands for the file that it names; a folder or a
-    /// device is refused. What was not committed before is discarded.
+    /// Begins a new content for the file. A symbolic link stands for the file that it names; a folder, a
+    /// device and a write-protected file are refused. What was not committed before is discarded.
+    /// `ErrFileNotFound` for a folder that is not there, `ErrFileAccess` or `ErrFileOpen`.
     QVErrCode Open(const UniString& path);
     /// Ends the content: writes it out, onto the disk, and replaces the file. In the error state, and when
-    /// the content cannot be written out, the channel stays open. When the replacing itself fails, the
-    /// content is discarded.
+    /// the content cannot be written out, the channel stays open. When the disk does not take what the system
+    /// had accepted, or when the replacing fails, the content is discarded: no second try could tell whether
+    /// everything is there.
     QVErrCode Commit();
     void Discard() noexcept;
     bool IsOpen() const noexcept { return file_.IsOpen(); }
@@ -53,7 +57,8 @@ private:
     QVErrCode WritePast(const char* src, UInt32 n, UInt32* written);
     QVErrCode NoteWriting(Impl::SystemError error);
 
-    Impl::File file_;
+    Impl::File ownFile_;
+    Impl::File& file_;
     UniString target_;
     UniString temporary_; ///< empty: there is none
     UniString errorText_;

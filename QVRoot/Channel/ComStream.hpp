@@ -1,11 +1,11 @@
 /// What the streams over memory have in common: counting, reading, positions.
 ///
-/// | member                                                  | answers |
-/// |---------------------------------------------------------|-----------------------------------------------|
-/// | `QueryInterface`                                        | `IUnknown` and `IStream`, else `NoInterface` |
-/// | `Read` at or behind the end                             | `False`, and stores no count | | `Seek` to a
-/// place before the start, or from a wrong origin | `InvalidFunction`                          | | `Commit`,
-/// `Revert`, `LockRegion`, `UnlockRegion`, `Clone` | `NotImplemented`                            |
+/// | member                                     | answers                                      |
+/// |--------------------------------------------|----------------------------------------------|
+/// | `QueryInterface`                           | `IUnknown` and `IStream`, else `NoInterface` |
+/// | `Read` at or behind the end                | `False`, and stores no count                 |
+/// | `Seek` before the start or from nowhere    | `InvalidFunction`                            |
+/// | `Commit`, `Revert`, `LockRegion`, `Clone`… | `NotImplemented`                             |
 ///
 /// Positions are 32 bits and may lie behind the end. Counts may be stored nowhere: null. Streams are made
 /// with one reference and delete themselves with the last; the bytes belong to someone else and must live on.

@@ -148,15 +148,6 @@ TEST(ComStreamSystem, StreamsOfTheSystemCopyIntoOursAndBack)
     EXPECT_EQ(other->Read(back.data(), static_cast<ULONG>(back.size()), nullptr), S_OK);
     EXPECT_EQ(back, bytes);
 
-    using CopyProc = HRESULT __stdcall(::IStream*, ::IStream*, DWORD);
-    MemStream* const memory = MemStream::Create(reinterpret_cast<const unsigned char*>(bytes.data()), 100000);
-    EXPECT_EQ(stream->SetSize(0), Com::Ok);
-    EXPECT_EQ(stream->Seek(0, Com::SeekFromStart, nullptr), Com::Ok);
-    EXPECT_EQ(Find<CopyProc>("shcore", "IStream_Copy")(memory->GetSystemStream(), stream->GetSystemStream(),
-                                                       100000),
-              S_OK);
-    EXPECT_EQ(GetBytes(handle), bytes);
-    memory->Release();
     other->Release();
     system->Release();
     stream->Release();

@@ -2,10 +2,12 @@
 #include <Host/OFileChannel.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace QV::Host {
@@ -33,6 +35,18 @@ public:
 private:
     rlimit saved_;
     void (*handler_)(int);
+};
+
+/// Takes from the administrator, to whom nothing is denied, what others may not do.
+class NobodyInParticular {
+public:
+    NobodyInParticular() : saved_(geteuid()) { Become(saved_ == 0 ? 65534 : saved_); }
+    ~NobodyInParticular() { Become(saved_); }
+
+private:
+    static void Become(uid_t user) { EXPECT_EQ(seteuid(user), 0); }
+
+    uid_t saved_;
 };
 
 } // namespace
@@ -100,14 +114,96 @@ TEST(FileChannel, ReadsFromAPipe)
 
 TEST(FileChannel, AccessIsDenied)
 {
-    if (geteuid() == 0) {
-        GTEST_SKIP() << "nothing is denied to the administrator";
-    }
     const TemporaryFolder folder;
     WriteWhole(folder / "file", "secret");
     chmod((folder / "file").c_str(), 0);
     IFileChannel in;
-    EXPECT_EQ(in.Open(ToName(folder / "file")), ErrFileAccess);
+    OFileChannel out;
+    {
+        const NobodyInParticular user;
+        EXPECT_EQ(in.Open(ToName(folder / "file")), ErrFileAccess);
+        EXPECT_EQ(out.Open(ToName(folder / "new")), ErrFileAccess) << "the folder is another's";
+    }
+    chmod((folder / "").c_str(), 0777);
+    {
+        const NobodyInParticular user;
+        EXPECT_EQ(out.Open(ToName(folder / "file")), ErrFileAccess) << "replacing would be a way round";
+        EXPECT_EQ(out.Open(ToName(folder / "new")), NoError);
+        out.Discard();
+    }
+    chmod((folder / "file").c_str(), 0600);
+    EXPECT_EQ(ReadWhole(folder / "file"), "secret");
+}
+
+TEST(FileChannel, AFullDeviceIsAFullDisk)
+{
+    class FullDevice : public Impl::File {
+    public:
+        ~FullDevice() override { close(device_); }
+        Impl::SystemError WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept override
+        {
+            *written = 0;
+            return pwrite(device_, src, n, static_cast<off_t>(offset)) == -1 ? errno : 0;
+        }
+
+    private:
+        int device_ = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    };
+
+    const TemporaryFolder folder;
+    FullDevice device;
+    OFileChannel out(device);
+    ASSERT_EQ(out.Open(ToName(folder / "file")), NoError);
+    out << "content";
+    EXPECT_EQ(out.Commit(), ErrOutputFull);
+    EXPECT_FALSE(out.GetErrorText().IsEmpty());
+    EXPECT_EQ(out.GetOutputStatus(), ErrOutputFull);
+    out.Discard();
+    EXPECT_TRUE(std::filesystem::is_empty(folder / ""));
+}
+
+TEST(FileChannel, AProcessThatDiesLeavesTheOldFile)
+{
+    const TemporaryFolder folder;
+    WriteWhole(folder / "file", "old");
+    const UniString name = ToName(folder / "file");
+    const std::string bytes(100000, 'n');
+    for (UInt32 size = 0; size <= bytes.size(); size += 20000) {
+        const pid_t child = fork();
+        if (child == 0) {
+            OFileChannel out;
+            out.Open(name);
+            out.WriteBin(bytes.data(), size, nullptr);
+            out.Flush();
+            kill(getpid(), SIGKILL);
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status));
+        EXPECT_EQ(ReadWhole(folder / "file"), "old");
+    }
+    OFileChannel out;
+    ASSERT_EQ(out.Open(name), NoError);
+    out << UInt8{'n'};
+    EXPECT_EQ(out.Commit(), NoError);
+    EXPECT_EQ(ReadWhole(folder / "file"), "n");
+}
+
+TEST(FileChannel, AFileThatIsCutWhileItIsReadEnds)
+{
+    const TemporaryFolder folder;
+    WriteWhole(folder / "file", std::string(300000, 'x'));
+    IFileChannel in;
+    ASSERT_EQ(in.Open(ToName(folder / "file")), NoError);
+    char c = 0;
+    ASSERT_EQ(in.Read(c), NoError);
+    ASSERT_EQ(truncate((folder / "file").c_str(), 100000), 0);
+    UInt64 available = 0;
+    EXPECT_EQ(in.GetAvailable(&available), NoError);
+    EXPECT_EQ(available, 99999u);
+    UInt64 skipped = 0;
+    EXPECT_EQ(in.Skip(200000, &skipped), ErrEndOfInput);
+    EXPECT_EQ(skipped, 99999u);
 }
 
 } // namespace QV::Host
