@@ -14,6 +14,9 @@
 #include <boost/endian/conversion.hpp>
 #define QV_PEER_BOOST_ENDIAN
 #endif
+#ifdef QV_PEER_QT
+#include <QtEndian>
+#endif
 
 namespace {
 
@@ -22,7 +25,7 @@ using namespace QV;
 template <class Element>
 using IVArray = void(PlatformSign, Element*, int) noexcept;
 
-/// Bytes of random letters; those of 100 of 1000 are no ASCII, or all.
+/// Random letters, of which so many in 1000 are no ASCII.
 std::string MakeText(USize size, unsigned beyondAscii)
 {
     std::minstd_rand random(3);
@@ -111,11 +114,26 @@ void SwapBoost(benchmark::State& state)
 #define QV_BOOST_SWAP(Element, workload)
 #endif
 
+#ifdef QV_PEER_QT
+template <class Element>
+void SwapQt(benchmark::State& state)
+{
+    Run(state, MakeText(static_cast<USize>(state.range(0)), 100), [](char* bytes, int size) {
+        qbswap<sizeof(Element)>(bytes, size / static_cast<int>(sizeof(Element)), bytes);
+    });
+}
+#define QV_QT_SWAP(Element, workload)                                                                        \
+    BENCHMARK(SwapQt<Element>)->Name(workload "/qbswap")->Arg(16384)->Arg(1 << 20);
+#else
+#define QV_QT_SWAP(Element, workload)
+#endif
+
 #define QV_SWAP(Element, function, workload)                                                                 \
     BENCHMARK(SwapQV<Element, function>)->Name(workload "/QV")->Arg(16384)->Arg(1 << 20);                    \
     BENCHMARK(Copy)->Name(workload "/memcpy")->Arg(16384)->Arg(1 << 20);                                     \
     BENCHMARK(SwapLoop<Element>)->Name(workload "/std::transform")->Arg(16384)->Arg(1 << 20);                \
-    QV_BOOST_SWAP(Element, workload)
+    QV_BOOST_SWAP(Element, workload)                                                                         \
+    QV_QT_SWAP(Element, workload)
 QV_SWAP(UInt16, IVUShorts, "Swap16")
 QV_SWAP(UInt32, IVULongs, "Swap32")
 QV_SWAP(UInt64, IVUInt64s, "Swap64")
@@ -146,8 +164,8 @@ void TranslateLoop(benchmark::State& state, unsigned beyondAscii)
         ->Name(workload "/std::transform")                                                                   \
         ->Arg(16384)                                                                                         \
         ->Arg(1 << 20);
-QV_TRANSLATE("TranslateWestern", 100)
-QV_TRANSLATE("TranslateCyrillic", 1000)
+QV_TRANSLATE("TranslateSomeLetters", 100)
+QV_TRANSLATE("TranslateAllLetters", 1000)
 
 void RewriteQV(benchmark::State& state, const char* from, EOLType eol)
 {

@@ -27,14 +27,19 @@ struct Vector256 {
     static constexpr bool canCompress = false;
     static UInt8* Compress(UInt8* target, Register, UInt64, UInt8, UInt64) { return target; }
 
-    /// The upper half of a map in rows of 16, each in both halves of its register.
+    /// The upper half of a map in rows of 16, each as its difference from the one before: the sum of all up
+    /// to a row is that row.
     struct UpperMap {
         Register rows[8];
 
         explicit UpperMap(const UInt8* upper)
         {
+            Register before = _mm256_setzero_si256();
             for (USize row = 0; row < 8; ++row) {
-                rows[row] = SpreadLanes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + row * 16)));
+                const Register bytes =
+                    SpreadLanes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + row * 16)));
+                rows[row] = _mm256_xor_si256(bytes, before);
+                before = bytes;
             }
         }
 
@@ -43,14 +48,22 @@ struct Vector256 {
             if (_mm256_movemask_epi8(bytes) == 0) {
                 return bytes;
             }
-            Register result = _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), bytes), bytes);
-            for (int row = 0; row < 8; ++row) {
-                // Bytes of the row keep their place in it below 0x80; the others saturate, and find 0.
-                const Register offset = _mm256_sub_epi8(bytes, Spread(static_cast<char>(0x80 + row * 16)));
-                const Register index = _mm256_adds_epu8(offset, Spread(0x70));
-                result = _mm256_or_si256(result, _mm256_shuffle_epi8(rows[row], index));
+            const Register ascii =
+                _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), bytes), bytes);
+            return AddRows<0>(_mm256_xor_si256(bytes, Spread(-0x80)), ascii);
+        }
+
+    private:
+        /// Places are negative for bytes in front of the row, where a shuffle finds 0.
+        template <int row>
+        Register AddRows(Register places, Register sum) const
+        {
+            sum = _mm256_xor_si256(sum, Shuffle(rows[row], places));
+            if constexpr (row < 7) {
+                return AddRows<row + 1>(_mm256_subs_epi8(places, Spread(16)), sum);
+            } else {
+                return sum;
             }
-            return result;
         }
     };
 };

@@ -27,14 +27,18 @@ struct Vector128 {
     static constexpr bool canCompress = false;
     static UInt8* Compress(UInt8* target, Register, UInt64, UInt8, UInt64) { return target; }
 
-    /// The upper half of a map in rows of 16.
+    /// The upper half of a map in rows of 16, each as its difference from the one before: the sum of all up
+    /// to a row is that row.
     struct UpperMap {
         Register rows[8];
 
         explicit UpperMap(const UInt8* upper)
         {
+            Register before = _mm_setzero_si128();
             for (USize row = 0; row < 8; ++row) {
-                rows[row] = Load(upper + row * 16);
+                const Register bytes = Load(upper + row * 16);
+                rows[row] = _mm_xor_si128(bytes, before);
+                before = bytes;
             }
         }
 
@@ -43,14 +47,21 @@ struct Vector128 {
             if (_mm_movemask_epi8(bytes) == 0) {
                 return bytes;
             }
-            Register result = _mm_andnot_si128(_mm_cmpgt_epi8(_mm_setzero_si128(), bytes), bytes);
-            for (int row = 0; row < 8; ++row) {
-                // Bytes of the row keep their place in it below 0x80; the others saturate, and find 0.
-                const Register offset = _mm_sub_epi8(bytes, Spread(static_cast<char>(0x80 + row * 16)));
-                const Register index = _mm_adds_epu8(offset, Spread(0x70));
-                result = _mm_or_si128(result, _mm_shuffle_epi8(rows[row], index));
+            const Register ascii = _mm_andnot_si128(_mm_cmpgt_epi8(_mm_setzero_si128(), bytes), bytes);
+            return AddRows<0>(_mm_xor_si128(bytes, Spread(-0x80)), ascii);
+        }
+
+    private:
+        /// Places are negative for bytes in front of the row, where a shuffle finds 0.
+        template <int row>
+        Register AddRows(Register places, Register sum) const
+        {
+            sum = _mm_xor_si128(sum, Shuffle(rows[row], places));
+            if constexpr (row < 7) {
+                return AddRows<row + 1>(_mm_subs_epi8(places, Spread(16)), sum);
+            } else {
+                return sum;
             }
-            return result;
         }
     };
 };

@@ -38,16 +38,6 @@ void ChangeInPlace(UInt8* data, USize length, const Change& change)
     USize border = (0 - reinterpret_cast<USize>(data)) % V::size;
     border = border % Element == 0 ? border : V::size;
     UInt8* place = data + border;
-    for (; last - place > 3 * static_cast<Int64>(V::size); place += 4 * V::size) {
-        const auto new0 = change(V::Load(place));
-        const auto new1 = change(V::Load(place + V::size));
-        const auto new2 = change(V::Load(place + 2 * V::size));
-        const auto new3 = change(V::Load(place + 3 * V::size));
-        V::Store(place, new0);
-        V::Store(place + V::size, new1);
-        V::Store(place + 2 * V::size, new2);
-        V::Store(place + 3 * V::size, new3);
-    }
     for (; place < last; place += V::size) {
         V::Store(place, change(V::Load(place)));
     }
