@@ -1,8 +1,11 @@
 /// The maps between the old Mac's character sets and the code pages that took their place.
 ///
-/// Each pair of maps leaves ASCII alone and is the inverse of the other, so that a text that went to the other
-/// side comes back as it was. A character that both sets have is mapped to itself; of the others each is
-/// mapped to one that the other set has alone.
+/// Each pair of maps leaves ASCII alone and is the inverse of the other, so that a text that went to the
+/// other side comes back as it was. A character that both sets have is mapped to itself; of the others each
+/// is mapped to one that the other set has alone.
+///
+/// They were made from the tables that the Unicode Consortium publishes, VENDORS/APPLE and
+/// VENDORS/MICSFT/WINDOWS; which of them stands above each map.
 #pragma once
 
 #include <QVRoot/String/CharCode.hpp>

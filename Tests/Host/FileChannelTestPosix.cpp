@@ -189,21 +189,4 @@ TEST(FileChannel, AProcessThatDiesLeavesTheOldFile)
     EXPECT_EQ(ReadWhole(folder / "file"), "n");
 }
 
-TEST(FileChannel, AFileThatIsCutWhileItIsReadEnds)
-{
-    const TemporaryFolder folder;
-    WriteWhole(folder / "file", std::string(300000, 'x'));
-    IFileChannel in;
-    ASSERT_EQ(in.Open(ToName(folder / "file")), NoError);
-    char c = 0;
-    ASSERT_EQ(in.Read(c), NoError);
-    ASSERT_EQ(truncate((folder / "file").c_str(), 100000), 0);
-    UInt64 available = 0;
-    EXPECT_EQ(in.GetAvailable(&available), NoError);
-    EXPECT_EQ(available, 99999u);
-    UInt64 skipped = 0;
-    EXPECT_EQ(in.Skip(200000, &skipped), ErrEndOfInput);
-    EXPECT_EQ(skipped, 99999u);
-}
-
 } // namespace QV::Host

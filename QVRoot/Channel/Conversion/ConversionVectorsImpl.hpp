@@ -80,8 +80,8 @@ struct ConversionWith {
             ends.singles += CountBits(finder.begins);
         }
         const LineEnds rest = ReferenceCountLineEnds(text + i, length - i);
-        const bool isBroken =
-            i < length && finder.GoesOn(text[i]); // what the rest counts as an end of its own
+        // A pair across the border: the rest counts its LF as an end of its own.
+        const bool isBroken = i < length && finder.GoesOn(text[i]);
         ends.pairs += rest.pairs + isBroken;
         ends.singles += rest.singles + rest.pairs - isBroken;
         ends.singles -= ends.pairs; // of which the beginnings were counted
