@@ -84,6 +84,7 @@ TEST(ComStreamSystem, ShellHelpersReadWriteAndMeasure)
     EXPECT_NE(read(system, back.data(), 1), S_OK) << "at the end";
     stream->Release();
     MemStream* const memory = MemStream::Create(reinterpret_cast<const unsigned char*>(bytes.data()), 5000);
+    back.assign(5000, 0);
     EXPECT_EQ(size(memory->GetSystemStream(), &length), S_OK);
     EXPECT_EQ(read(memory->GetSystemStream(), back.data(), static_cast<ULONG>(length.QuadPart)), S_OK);
     EXPECT_EQ(back, bytes);
