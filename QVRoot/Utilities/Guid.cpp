@@ -1,4 +1,6 @@
+#include <QVRoot/Channel/IChannelX.hpp>
 #include <QVRoot/Channel/MemImageImpl.hpp>
+#include <QVRoot/Channel/OChannelX.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 #include <QVRoot/Utilities/GuidTextImpl.hpp>
 
@@ -89,6 +91,36 @@ QVErrCode Guid::WriteAsText(OChannel& oc) const
         oc.Write(c);
     }
     return oc.GetOutputStatus();
+}
+
+void Guid::Read(const IChannelX& ic)
+{
+    Guid value;
+    ic.Read(value.data1_);
+    ic.Read(value.data2_);
+    ic.Read(value.data3_);
+    ic.ReadBytes(reinterpret_cast<char*>(value.data4_), sizeof(value.data4_));
+    *this = value;
+}
+
+void Guid::Write(const OChannelX& oc) const
+{
+    oc.Write(data1_);
+    oc.Write(data2_);
+    oc.Write(data3_);
+    oc.WriteBytes(reinterpret_cast<const char*>(data4_), sizeof(data4_));
+}
+
+void Guid::ReadBinary(const IChannelX& ic)
+{
+    Guid value;
+    ic.ReadBytes(reinterpret_cast<char*>(&value), sizeof(value));
+    *this = value;
+}
+
+void Guid::WriteBinary(const OChannelX& oc) const
+{
+    oc.WriteBytes(reinterpret_cast<const char*>(this), sizeof(*this));
 }
 
 } // namespace QV

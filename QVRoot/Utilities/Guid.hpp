@@ -20,7 +20,9 @@
 namespace QV {
 
 class IChannel;
+class IChannelX;
 class OChannel;
+class OChannelX;
 class String;
 class UniString;
 
@@ -158,6 +160,17 @@ public:
     /// a terminator. Reading answers `ErrGuidFormat`, and keeps the value, when they are no such text.
     QVErrCode ReadAsText(IChannel& ic);
     QVErrCode WriteAsText(OChannel& oc) const;
+    /// @}
+
+    /// @name Extended-channel forms
+    /// The same 16 bytes. Failures throw, as on every extended channel, and the value stays as it was.
+    /// @{
+    /// Each part as the channel's protocol writes numbers: in its byte order.
+    void Read(const IChannelX& ic);
+    void Write(const OChannelX& oc) const;
+    /// The 16 bytes of the native encoding, whatever the protocol.
+    void ReadBinary(const IChannelX& ic);
+    void WriteBinary(const OChannelX& oc) const;
     /// @}
 
 private:

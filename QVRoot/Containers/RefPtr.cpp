@@ -1,0 +1,7 @@
+#include <QVRoot/Containers/RefPtr.hpp>
+
+namespace QV {
+
+RefCounted::~RefCounted() = default;
+
+} // namespace QV
