@@ -12,10 +12,8 @@ class BinaryChannelRef {
 public:
     BinaryChannelRef(Channel& channel) noexcept : channel_(&channel) {}
     template <class Derived>
-    requires std::is_convertible_v<Derived*, Channel*> BinaryChannelRef(RefPtr<Derived> channel) noexcept
-        : counted_(channel), channel_(counted_.Get())
-    {
-    }
+    requires std::is_convertible_v<Derived*, Channel*> BinaryChannelRef(RefPtr<Derived> channel)
+    noexcept : counted_(channel), channel_(counted_.Get()) {}
 
     /// Null when the counted reference was.
     Channel* Get() const noexcept { return channel_; }

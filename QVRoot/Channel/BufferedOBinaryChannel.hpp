@@ -1,8 +1,8 @@
 /// Collects small writes and hands them to the channel below in large ones.
 ///
-/// `Flush` and `Close` hand on what is buffered, then flush or close the channel below. What is still buffered
-/// when the channel is destroyed is lost. After a failure the buffered bytes stay buffered; how many of them
-/// have arrived, only the channel below knows.
+/// `Flush` and `Close` hand on what is buffered, then flush or close the channel below. What is still
+/// buffered when the channel is destroyed is lost. After a failure the buffered bytes stay buffered; how many
+/// of them have arrived, only the channel below knows.
 ///
 /// Threads: one at a time. Errors: those of the channel below; `IllegalArgumentException` for a size of 0,
 /// `ClosedChannelException` after `Close`. Allocation: the buffer.

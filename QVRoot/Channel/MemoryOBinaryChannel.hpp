@@ -29,6 +29,7 @@ public:
     UInt64 GetSize() const noexcept { return static_cast<UInt64>(GetWindowPosition() - block_); }
     /// The first byte written, null when nothing ever was. Valid until the next write.
     const char* GetData() const noexcept { return block_; }
+    char* GetData() noexcept { return block_; }
     /// Forgets the bytes and keeps the block for the next ones. A closed channel stays closed.
     void Clear() noexcept;
 

@@ -7,8 +7,8 @@
 /// memory also sets a window: writes that fit it go there in place. Nothing is flushed or closed by a
 /// destructor, which could not report a failure.
 ///
-/// Lengths are bytes. Threads: one at a time. Errors: `IllegalArgumentException` for null data, even when n is
-/// 0; `WriteErrorException` and its kin where the drain fails. What was written before a failure stays.
+/// Lengths are bytes. Threads: one at a time. Errors: `IllegalArgumentException` for null data, even when n
+/// is 0; `WriteErrorException` and its kin where the drain fails. What was written before a failure stays.
 #pragma once
 
 #include <QVRoot/Channel/BinaryChannelRef.hpp>

@@ -5,8 +5,8 @@
 ///
 /// It has no position or state of its own: any number of them may write to one channel.
 ///
-/// Threads: one at a time. Errors: those of the channel and of the protocol; `PreconditionException` without a
-/// channel. Allocation: none.
+/// Threads: one at a time. Errors: those of the channel and of the protocol; `PreconditionException` without
+/// a channel. Allocation: none.
 #pragma once
 
 #include <QVRoot/Channel/OProtocolX.hpp>

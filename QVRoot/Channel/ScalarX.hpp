@@ -11,10 +11,10 @@ namespace QV {
 
 /// Types with the same width on every target. There is no `long`: it has not.
 template <class T>
-concept ScalarX = std::same_as<T, bool> || std::same_as<T, char> || std::same_as<T, Int8> ||
-    std::same_as<T, UInt8> || std::same_as<T, Int16> || std::same_as<T, UInt16> || std::same_as<T, Int32> ||
-    std::same_as<T, UInt32> || std::same_as<T, Int64> || std::same_as<T, UInt64> || std::same_as<T, float> ||
-    std::same_as<T, double>;
+concept ScalarX =
+    std::same_as<T, bool> || std::same_as<T, char> || std::same_as<T, Int8> || std::same_as<T, UInt8> ||
+    std::same_as<T, Int16> || std::same_as<T, UInt16> || std::same_as<T, Int32> || std::same_as<T, UInt32> ||
+    std::same_as<T, Int64> || std::same_as<T, UInt64> || std::same_as<T, float> || std::same_as<T, double>;
 
 namespace Impl {
 

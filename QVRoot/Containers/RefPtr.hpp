@@ -63,10 +63,8 @@ public:
     RefPtr(const RefPtr& other) noexcept : object_(other.object_) { AddReference(); }
     RefPtr(RefPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
     template <class Derived>
-    requires std::is_convertible_v<Derived*, T*> RefPtr(const RefPtr<Derived>& other) noexcept
-        : RefPtr(other.Get())
-    {
-    }
+    requires std::is_convertible_v<Derived*, T*> RefPtr(const RefPtr<Derived>& other)
+    noexcept : RefPtr(other.Get()) {}
     RefPtr& operator=(RefPtr other) noexcept
     {
         std::swap(object_, other.object_);
