@@ -205,6 +205,24 @@ TEST(ChunkedOutput, WritesAFullChunkWhenMoreComesOrWhenFlushed)
     EXPECT_EQ(out.bytes.substr(13), std::string(8, '\0'));
 }
 
+TEST(ChunkedOutput, NeedsOneChunkOfMemoryHoweverLongTheSectionGets)
+{
+    struct : OBinaryChannel {
+        void Flush() override {}
+        void Close() override {}
+        void WriteBytes(const char*, UInt32) override {}
+    } nowhere;
+    const std::string block(5000, 'b');
+    FaultInjection::FailOnce(0);
+    ChunkedOBinarySubChannel section(nowhere, platformOProtocolX, 4096);
+    for (int i = 0; i < 10000; ++i) {
+        WriteString(section, block);
+    }
+    section.Close();
+    FaultInjection::Disable();
+    EXPECT_EQ(FaultInjection::GetAttempts(), 1u);
+}
+
 TEST(ChunkedOutput, RefusesWrongUse)
 {
     StubbornOBinaryChannel out;
