@@ -36,15 +36,12 @@ UInt32 IBinaryChannel::TakeFromWindow(char* dest, UInt32 n) noexcept
     return taken;
 }
 
-UInt32 IBinaryChannel::ReadBeyondWindow(char* dest, UInt32 n, ReadSomeModeSelector mode)
+void IBinaryChannel::RefuseArguments(const char* dest)
 {
     if (dest == nullptr) {
         QV_THROW(IllegalArgumentException, "the destination is null");
     }
-    if (n == 0) {
-        QV_THROW(IllegalArgumentException, "the number of bytes to read is 0");
-    }
-    return ReadBytes(dest, n, mode);
+    QV_THROW(IllegalArgumentException, "the number of bytes to read is 0");
 }
 
 } // namespace QV

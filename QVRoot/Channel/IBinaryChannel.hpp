@@ -39,7 +39,10 @@ public:
             at_ += n;
             return n;
         }
-        return ReadBeyondWindow(dest, n, mode);
+        if (dest == nullptr || n == 0) [[unlikely]] {
+            RefuseArguments(dest);
+        }
+        return ReadBytes(dest, n, mode);
     }
 
     /// Passes over up to n bytes and answers how many; 0 only at the end, or for n = 0.
@@ -75,7 +78,7 @@ protected:
     UInt32 TakeFromWindow(char* dest, UInt32 n) noexcept;
 
 private:
-    UInt32 ReadBeyondWindow(char* dest, UInt32 n, ReadSomeModeSelector mode);
+    [[noreturn]] static void RefuseArguments(const char* dest);
 
     const char* at_ = nullptr;
     const char* end_ = nullptr;

@@ -25,7 +25,22 @@ void MemoryOBinaryChannel::Clear() noexcept
     SetWindow(block_, closed_ ? block_ : block_ + capacity_);
 }
 
+char* MemoryOBinaryChannel::Reserve(UInt32 n, USize& room)
+{
+    RequireRoom(n);
+    room = GetRoom();
+    return GetWindowPosition();
+}
+
 void MemoryOBinaryChannel::WriteBytes(const char* data, UInt32 n)
+{
+    RequireRoom(n);
+    if (n != 0) {
+        Append(data, n);
+    }
+}
+
+void MemoryOBinaryChannel::RequireRoom(UInt32 n)
 {
     if (closed_) {
         QV_THROW(ClosedChannelException, "the channel is closed");
@@ -36,9 +51,6 @@ void MemoryOBinaryChannel::WriteBytes(const char* data, UInt32 n)
     }
     if (n > GetRoom()) {
         Grow(size + n);
-    }
-    if (n != 0) {
-        Append(data, n);
     }
 }
 

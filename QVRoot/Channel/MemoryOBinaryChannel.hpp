@@ -30,6 +30,12 @@ public:
     /// The first byte written, null when nothing ever was. Valid until the next write.
     const char* GetData() const noexcept { return block_; }
     char* GetData() noexcept { return block_; }
+    /// Room for `room` more bytes in place, at least n; what is put there, `Commit` makes written. It ends
+    /// with the next operation. Errors: those of a write.
+    char* Reserve(UInt32 n, USize& room);
+    /// For no more bytes than `Reserve` has given.
+    void Commit(USize n) noexcept { SetWindow(GetWindowPosition() + n, GetWindowPosition() + GetRoom()); }
+
     /// Forgets the bytes and keeps the block for the next ones. A closed channel stays closed.
     void Clear() noexcept;
 
@@ -37,6 +43,7 @@ protected:
     void WriteBytes(const char* data, UInt32 n) override;
 
 private:
+    void RequireRoom(UInt32 n);
     void Grow(UInt64 needed);
 
     UInt64 limit_;

@@ -5,12 +5,9 @@ namespace QV {
 
 OBinaryChannel::~OBinaryChannel() = default;
 
-void OBinaryChannel::WriteBeyondWindow(const char* data, UInt32 n)
+void OBinaryChannel::RefuseNull()
 {
-    if (data == nullptr) {
-        QV_THROW(IllegalArgumentException, "the data are null");
-    }
-    WriteBytes(data, n);
+    QV_THROW(IllegalArgumentException, "the data are null");
 }
 
 } // namespace QV

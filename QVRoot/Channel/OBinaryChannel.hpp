@@ -31,7 +31,10 @@ public:
             Append(data, n);
             return;
         }
-        WriteBeyondWindow(data, n);
+        if (data == nullptr) [[unlikely]] {
+            RefuseNull();
+        }
+        WriteBytes(data, n);
     }
 
     /// Hands on what the channel holds back, as far as its class does that.
@@ -64,7 +67,7 @@ protected:
     }
 
 private:
-    void WriteBeyondWindow(const char* data, UInt32 n);
+    [[noreturn]] static void RefuseNull();
 
     char* at_ = nullptr;
     char* end_ = nullptr;

@@ -2,8 +2,7 @@
 ///
 ///     networkByteOrderOProtocolX.Write(channel, UInt32{3});
 ///
-/// They are those of `IProtocolX.hpp` in the other direction. Only the types of `ScalarX` are taken, none is
-/// converted to another: what is written is what is read.
+/// They are those of `IProtocolX.hpp` in the other direction.
 ///
 /// Threads: no state, so any. Errors: those of the channel. Allocation: none.
 #pragma once
@@ -14,65 +13,46 @@
 
 namespace QV {
 
-class QV_EXPORT OProtocolX {
+class OProtocolX {
 public:
-    virtual ~OProtocolX();
-
     template <ScalarX T>
     void Write(OBinaryChannel& channel, T value) const
     {
-        WriteWord(channel, Impl::ToWord(value));
+        const auto word = Impl::ToWord(value);
+        const auto image = swaps_ ? Impl::ReverseBytes(word) : word;
+        channel.Write(reinterpret_cast<const char*>(&image), sizeof(T));
     }
 
 protected:
-    constexpr OProtocolX() noexcept = default;
-    OProtocolX(const OProtocolX&) = default;
-    OProtocolX& operator=(const OProtocolX&) = default;
+    constexpr explicit OProtocolX(bool swaps) noexcept : swaps_(swaps) {}
 
-    virtual void WriteWord(OBinaryChannel& channel, UInt8 word) const = 0;
-    virtual void WriteWord(OBinaryChannel& channel, UInt16 word) const = 0;
-    virtual void WriteWord(OBinaryChannel& channel, UInt32 word) const = 0;
-    virtual void WriteWord(OBinaryChannel& channel, UInt64 word) const = 0;
+private:
+    bool swaps_;
 };
 
 /// Little-endian, as the running platform is.
-class QV_EXPORT PlatformOProtocolX : public OProtocolX {
+class PlatformOProtocolX : public OProtocolX {
 public:
-    constexpr PlatformOProtocolX() noexcept = default;
-    ~PlatformOProtocolX() override;
-
-protected:
-    void WriteWord(OBinaryChannel& channel, UInt8 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt16 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt32 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt64 word) const override;
+    constexpr PlatformOProtocolX() noexcept : OProtocolX(false) {}
 };
 
 /// The order that the running platform has not.
-class QV_EXPORT SwappingOProtocolX : public OProtocolX {
+class SwappingOProtocolX : public OProtocolX {
 public:
-    constexpr SwappingOProtocolX() noexcept = default;
-    ~SwappingOProtocolX() override;
-
-protected:
-    void WriteWord(OBinaryChannel& channel, UInt8 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt16 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt32 word) const override;
-    void WriteWord(OBinaryChannel& channel, UInt64 word) const override;
+    constexpr SwappingOProtocolX() noexcept : OProtocolX(true) {}
 };
 
-/// Big-endian.
-class QV_EXPORT NetworkByteOrderOProtocolX : public SwappingOProtocolX {
+/// Big-endian: the running platform is not, whatever the target.
+class NetworkByteOrderOProtocolX : public SwappingOProtocolX {
 public:
     constexpr NetworkByteOrderOProtocolX() noexcept = default;
-    ~NetworkByteOrderOProtocolX() override;
 };
 
-/// Shared instances. They serve before `main` and after it.
+/// Shared instances.
 /// @{
-QV_EXPORT extern const PlatformOProtocolX& platformOProtocolX;
-QV_EXPORT extern const SwappingOProtocolX& swappingOProtocolX;
-QV_EXPORT extern const NetworkByteOrderOProtocolX& networkByteOrderOProtocolX;
+QV_EXPORT extern const PlatformOProtocolX platformOProtocolX;
+QV_EXPORT extern const SwappingOProtocolX swappingOProtocolX;
+QV_EXPORT extern const NetworkByteOrderOProtocolX networkByteOrderOProtocolX;
 /// @}
 
 /// The protocol for data that are to be read on the platform with this sign.

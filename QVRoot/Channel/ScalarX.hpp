@@ -53,6 +53,22 @@ constexpr T FromWord(WordOf<T> word) noexcept
     }
 }
 
+/// Compilers know it for what it is, and take one instruction.
+template <class Word>
+constexpr Word ReverseBytes(Word word) noexcept
+{
+    if constexpr (sizeof(Word) == 1) {
+        return word;
+    } else if constexpr (sizeof(Word) == 2) {
+        return static_cast<Word>(word << 8 | word >> 8);
+    } else if constexpr (sizeof(Word) == 4) {
+        return word << 24 | (word & 0xFF00) << 8 | (word >> 8 & 0xFF00) | word >> 24;
+    } else {
+        const UInt64 low = ReverseBytes(static_cast<UInt32>(word));
+        return low << 32 | ReverseBytes(static_cast<UInt32>(word >> 32));
+    }
+}
+
 } // namespace Impl
 
 } // namespace QV

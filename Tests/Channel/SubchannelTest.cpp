@@ -88,7 +88,7 @@ std::vector<Framing> MakeFramings()
     using ChunkedI = ChunkedIBinarySubChannel;
     using CountedO = LengthDeterminedOBinarySubChannel;
     using CountedI = LengthDeterminedIBinarySubChannel;
-    return {MakeFraming<ChunkedO, ChunkedI>("chunks of 1", 3, platformOProtocolX, platformIProtocolX, 1u),
+    return {MakeFraming<ChunkedO, ChunkedI>("chunks of 1", 2, platformOProtocolX, platformIProtocolX, 1u),
             MakeFraming<ChunkedO, ChunkedI>("chunks of 7", 8, swappingOProtocolX, swappingIProtocolX, 7u),
             MakeFraming<ChunkedO, ChunkedI>("chunks of 4096", 200, networkByteOrderOProtocolX,
                                             networkByteOrderIProtocolX, 4096u),
@@ -424,15 +424,16 @@ TEST(Subchannels, AThousandLevelsAreOnlyDeep)
 TEST(Subchannels, InputThatEndsOrFailsAtAnyByteIsReported)
 {
     for (const Framing& framing : MakeFramings()) {
-        const std::string image = MakeNested(framing, 3);
+        const int levels = std::min(framing.levels, 3);
+        const std::string image = MakeNested(framing, levels);
         for (USize cut = 0; cut < image.size(); ++cut) {
-            for (const UInt32 most : {1u, 2u, 3u, 7u}) {
-                for (const int leaveAt : {0, 1, 3}) {
+            for (const UInt32 most : {1u, 7u}) {
+                for (const int leaveAt : {0, 2}) {
                     SCOPED_TRACE(testing::Message() << framing.name << ", cut at " << cut);
                     const auto truncated = MakeRef<StubbornIBinaryChannel>(image.substr(0, cut), most);
-                    EXPECT_THROW(ReadNested(framing, truncated, 3, leaveAt), IOException);
+                    EXPECT_THROW(ReadNested(framing, truncated, levels, leaveAt), IOException);
                     const auto faulty = MakeRef<StubbornIBinaryChannel>(image, most, cut);
-                    EXPECT_THROW(ReadNested(framing, faulty, 3, leaveAt), ReadErrorException);
+                    EXPECT_THROW(ReadNested(framing, faulty, levels, leaveAt), ReadErrorException);
                 }
             }
         }
@@ -459,10 +460,11 @@ TEST(Subchannels, ASectionThatRunsDryThrowsInsteadOfAnsweringNothing)
 TEST(Subchannels, OutputThatFailsAtAnyByteIsReported)
 {
     for (const Framing& framing : MakeFramings()) {
-        const std::string image = MakeNested(framing, 3);
+        const int levels = std::min(framing.levels, 3);
+        const std::string image = MakeNested(framing, levels);
         for (USize limit = 0; limit < image.size(); ++limit) {
             const auto out = MakeRef<StubbornOBinaryChannel>(limit);
-            EXPECT_THROW(WriteNested(framing, out, 3), WriteErrorException);
+            EXPECT_THROW(WriteNested(framing, out, levels), WriteErrorException);
             EXPECT_EQ(out->bytes, image.substr(0, limit));
         }
     }

@@ -20,6 +20,7 @@ LengthDeterminedOBinarySubChannel::~LengthDeterminedOBinarySubChannel() = defaul
 
 void LengthDeterminedOBinarySubChannel::Flush()
 {
+    TakeIn();
     buffer_.Flush();
 }
 
@@ -28,7 +29,7 @@ void LengthDeterminedOBinarySubChannel::Close()
     if (IsClosed()) {
         return;
     }
-    buffer_.Flush();
+    Flush();
     const char* data = buffer_.GetData();
     UInt64 left = buffer_.GetSize();
     GetProtocol().Write(GetUnderlying(), left);
@@ -45,7 +46,21 @@ void LengthDeterminedOBinarySubChannel::Close()
 void LengthDeterminedOBinarySubChannel::WriteBytes(const char* data, UInt32 n)
 {
     RequireOpen();
-    buffer_.Write(data, n);
+    TakeIn();
+    if (n != 0) {
+        USize room = 0;
+        reserved_ = buffer_.Reserve(n, room);
+        SetWindow(reserved_, reserved_ + room);
+        Append(data, n);
+    }
+}
+
+/// What was written through the window belongs to the buffer now.
+void LengthDeterminedOBinarySubChannel::TakeIn() noexcept
+{
+    buffer_.Commit(static_cast<USize>(GetWindowPosition() - reserved_));
+    reserved_ = nullptr;
+    SetWindow(nullptr, nullptr);
 }
 
 } // namespace QV

@@ -33,7 +33,10 @@ protected:
     void WriteBytes(const char* data, UInt32 n) override;
 
 private:
+    void TakeIn() noexcept;
+
     MemoryOBinaryChannel buffer_;
+    char* reserved_ = nullptr; ///< where the window into the buffer begins
 };
 
 } // namespace QV
