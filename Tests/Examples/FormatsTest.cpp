@@ -3,6 +3,10 @@
 #include <Examples/Tour/Archive.hpp>
 #include <Examples/Tour/Document.hpp>
 #include <Host/MarkingMemOChannel.hpp>
+#include <QVRoot/Channel/OBinaryChannelAdapter.hpp>
+#include <QVRoot/Channel/Subchannels/ChunkedOBinarySubChannel.hpp>
+#include <QVRoot/Channel/Subchannels/LengthDeterminedOBinarySubChannel.hpp>
+#include <QVRoot/Channel/TextOProtocol.hpp>
 #include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
 
@@ -39,6 +43,26 @@ Array<Tour::Document> MakeExampleDocuments()
 }
 
 using Writer = std::function<void(OChannel&)>;
+
+/// Writes a value through the protocol of network byte order.
+template <class T>
+Writer MakeNetworkWriter(const T& value)
+{
+    return [value](OChannel& oc) {
+        OBinaryChannelAdapter bytes(oc);
+        OChannelX(bytes, networkByteOrderOProtocolX).Write(value);
+    };
+}
+
+void WriteNestedSections(OChannel& oc)
+{
+    OBinaryChannelAdapter bytes(oc);
+    ChunkedOBinarySubChannel outer(bytes, platformOProtocolX, 8);
+    LengthDeterminedOBinarySubChannel inner(outer, platformOProtocolX);
+    inner.Write("a", 1);
+    inner.Close();
+    outer.Close();
+}
 
 const std::map<std::string, Writer> writers = {
     {"char 'A'", [](OChannel& oc) { oc << 'A'; }},
@@ -87,6 +111,30 @@ const std::map<std::string, Writer> writers = {
          ClassManager::SetOutputVersion(1);
          oc << String("a\xC3\x9F");
          ClassManager::SetOutputVersion(0);
+     }},
+    {"chunked section 0123456789",
+     [](OChannel& oc) {
+         OBinaryChannelAdapter bytes(oc);
+         ChunkedOBinarySubChannel section(bytes, platformOProtocolX, 4);
+         section.Write("0123456789", 10);
+         section.Close();
+     }},
+    {"length-determined section abc in network byte order",
+     [](OChannel& oc) {
+         OBinaryChannelAdapter bytes(oc);
+         LengthDeterminedOBinarySubChannel section(bytes, networkByteOrderOProtocolX);
+         section.Write("abc", 3);
+         section.Close();
+     }},
+    {"nested sections", WriteNestedSections},
+    {"extended UInt32 66051 in network byte order", MakeNetworkWriter(UInt32{66051})},
+    {"extended double -2.75 in network byte order", MakeNetworkWriter(-2.75)},
+    {"extended Guid 00112233-4455-6677-8899-AABBCCDDEEFF in network byte order",
+     MakeNetworkWriter(Guid(0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}))},
+    {"printed: Int32 -5, bool true, double 0.1, UInt8 65, float 1.5",
+     [](OChannel& oc) {
+         oc.SetOutputProtocol(textOProtocol);
+         oc << -5 << true << 0.1 << UInt8{65} << 1.5f;
      }},
     {"archive", [](OChannel& oc) { Tour::WriteArchive(oc, MakeExampleDocuments()); }},
 };
