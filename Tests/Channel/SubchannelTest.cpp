@@ -411,7 +411,7 @@ TEST(Subchannels, AThousandLevelsAreOnlyDeep)
             },
             QVException);
         char c;
-        EXPECT_LE(levels, FilterIBinaryChannel::MaxNesting);
+        EXPECT_LE(levels, UInt32{FilterIBinaryChannel::MaxNesting});
         try {
             innermost->Read(&c, 1);
             innermost->Close();
