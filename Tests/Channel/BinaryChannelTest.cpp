@@ -220,9 +220,6 @@ TEST(BinaryChannelUtilities, GoOnUntilTheEnd)
     EXPECT_EQ(Copy(slow, out), 1000u);
     EXPECT_EQ(Skip(slow, ~UInt64{0}), 0u);
     EXPECT_EQ(Bytes(out), std::string(5500, 's'));
-    char bytes[4];
-    StubbornIBinaryChannel three("abc", 1);
-    EXPECT_THROW(ReadExactly(three, bytes, 4), EndOfInputException);
 }
 
 } // namespace QV

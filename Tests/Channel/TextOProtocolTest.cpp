@@ -134,8 +134,6 @@ TEST(TextOMemChannel, GoesBackToTextByDefault)
     out.SetDefaultOutputProtocol();
     out << UInt16{77};
     EXPECT_EQ(out.GetText(), "n1177");
-    textOProtocol.Note(out, 1, 2, "nothing");
-    EXPECT_EQ(out.GetText(), "n1177");
 }
 
 } // namespace QV
