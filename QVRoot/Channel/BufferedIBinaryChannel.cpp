@@ -14,21 +14,25 @@ BufferedIBinaryChannel::BufferedIBinaryChannel(BinaryChannelRef<IBinaryChannel> 
 
 BufferedIBinaryChannel::~BufferedIBinaryChannel()
 {
+    Settle();
     MemoryManager::Free(buffer_);
 }
 
 UInt64 BufferedIBinaryChannel::GetAvailable()
 {
+    Settle();
     return closed_ ? 0 : GetWindow() + GetUnderlying().GetAvailable();
 }
 
 bool BufferedIBinaryChannel::IsEOI()
 {
+    Settle();
     return closed_ || (GetWindow() == 0 && GetUnderlying().IsEOI());
 }
 
 void BufferedIBinaryChannel::Close()
 {
+    Settle();
     SetWindow(nullptr, nullptr);
     closed_ = true;
     GetUnderlying().Close();

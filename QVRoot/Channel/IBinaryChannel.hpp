@@ -6,7 +6,10 @@
 ///     }
 ///
 /// A class that derives from it implements `ReadBytes`, `GetAvailable`, `IsEOI` and `Close`. One that holds
-/// its bytes in memory also sets a window: reads that the window covers are served from it in place.
+/// its bytes in memory also sets a window: reads that the window covers are served from it in place. A
+/// section above borrows the window, so that reading through many sections costs no more than through one;
+/// whatever the lender does next takes it back, with what was read. A class with a window therefore begins
+/// each of its own operations with `Settle`.
 ///
 /// Lengths are bytes. Threads: one at a time. Errors: `IllegalArgumentException` for a null destination or a
 /// count of 0; `ReadErrorException` where the source fails; an end of input is no error, but a count of 0.
@@ -39,10 +42,7 @@ public:
             at_ += n;
             return n;
         }
-        if (dest == nullptr || n == 0) [[unlikely]] {
-            RefuseArguments(dest);
-        }
-        return ReadBytes(dest, n, mode);
+        return ReadSlowly(dest, n, mode);
     }
 
     /// Passes over up to n bytes and answers how many; 0 only at the end, or for n = 0.
@@ -66,6 +66,18 @@ protected:
     /// Called where the window is empty; n is not 0. This one reads into a scratch buffer.
     virtual UInt64 SkipBytes(UInt64 n);
 
+    /// Takes the window back from a borrower, and gives a borrowed one back.
+    void Settle() noexcept
+    {
+        if (borrower_ != nullptr || lender_ != nullptr) {
+            SettleWindows();
+        }
+    }
+    /// Makes the beginning of another channel's window, at most `most` bytes, the own one.
+    void Borrow(IBinaryChannel& lender, UInt64 most) noexcept;
+    /// Told when a borrowed window goes back: so many bytes of it have been read.
+    virtual void OnReturned(USize consumed) noexcept;
+
     void SetWindow(const char* begin, const char* end) noexcept
     {
         at_ = begin;
@@ -78,10 +90,17 @@ protected:
     UInt32 TakeFromWindow(char* dest, UInt32 n) noexcept;
 
 private:
-    [[noreturn]] static void RefuseArguments(const char* dest);
+    UInt32 ReadSlowly(char* dest, UInt32 n, ReadSomeModeSelector mode);
+    void SettleWindows() noexcept;
+    void TakeBack() noexcept;
+    void GiveBack() noexcept;
 
     const char* at_ = nullptr;
     const char* end_ = nullptr;
+    IBinaryChannel* borrower_ = nullptr; ///< who reads this channel's window; it is empty here then
+    const char* lentEnd_ = nullptr;      ///< where it ends
+    IBinaryChannel* lender_ = nullptr;   ///< whose window this channel reads
+    const char* borrowedAt_ = nullptr;   ///< where it began
     UInt32 nesting_;
 };
 

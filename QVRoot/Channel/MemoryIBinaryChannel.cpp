@@ -16,16 +16,19 @@ MemoryIBinaryChannel::~MemoryIBinaryChannel() = default;
 
 UInt64 MemoryIBinaryChannel::GetAvailable()
 {
+    Settle();
     return GetWindow();
 }
 
 bool MemoryIBinaryChannel::IsEOI()
 {
+    Settle();
     return GetWindow() == 0;
 }
 
 void MemoryIBinaryChannel::Close()
 {
+    Settle();
     SetWindow(nullptr, nullptr);
     closed_ = true;
 }

@@ -381,6 +381,9 @@ TEST(Subchannels, NestAndStepOverAtEveryLevel)
                 EXPECT_TRUE(in->IsEOI());
             }
         }
+        const auto memory = MakeRef<MemoryIBinaryChannel>(image.data(), image.size());
+        ReadNested(framing, memory, levels, levels / 2);
+        EXPECT_TRUE(memory->IsEOI());
         const auto buffered = MakeRef<StubbornIBinaryChannel>(image, 5);
         ReadNested({"", 0, nullptr,
                     [&](RefPtr<IBinaryChannel> in) -> RefPtr<IBinaryChannel> {
@@ -389,6 +392,51 @@ TEST(Subchannels, NestAndStepOverAtEveryLevel)
                    buffered, levels, 0);
         EXPECT_TRUE(buffered->IsEOI());
     }
+}
+
+TEST(Subchannels, TheChannelBelowIsBehindTheLastByteReadAtAnyTime)
+{
+    const std::string image = WriteChunked(8, [](OBinaryChannel& out) {
+        LengthDeterminedOBinarySubChannel inner(out, platformOProtocolX);
+        WriteString(inner, content);
+        inner.Close();
+        WriteString(out, content);
+    });
+    const auto bottom = MakeRef<MemoryIBinaryChannel>(image.data(), image.size());
+    const auto outer = MakeRef<ChunkedIBinarySubChannel>(bottom, platformIProtocolX);
+    auto inner = MakeRef<LengthDeterminedIBinarySubChannel>(outer, platformIProtocolX);
+    Expect(*inner, content.substr(0, 1));
+    for (USize i = 1; i < 6; ++i) {
+        Expect(*inner, content.substr(i, 1));
+        EXPECT_EQ(bottom->GetAvailable(), image.size() - 16 - (i + 1))
+            << "two chunk lengths and the section's";
+        EXPECT_EQ(inner->GetPosition(), i + 1);
+    }
+    Expect(*inner, content.substr(6, 3));
+    EXPECT_EQ(outer->GetAvailable(), 7u);
+    Expect(*outer, content.substr(9, 1)); // past the inner section, which does not know
+    Expect(*inner, content.substr(10, 2));
+    EXPECT_EQ(inner->GetPosition(), 11u);
+    inner = nullptr; // with a part of the window in its hands
+    Expect(*outer, content.substr(12));
+    EXPECT_EQ(IBinaryChannelUtilities::Skip(*outer, 5), 5u);
+    Expect(*outer, content.substr(5, 2));
+    outer->Close();
+    EXPECT_TRUE(bottom->IsEOI());
+}
+
+TEST(Subchannels, SurviveTheChannelBelowUnread)
+{
+    const std::string image = WriteCounted([](OBinaryChannel& out) { WriteString(out, content); });
+    RefPtr<LengthDeterminedIBinarySubChannel> section;
+    {
+        MemoryIBinaryChannel bottom(image.data(), image.size());
+        BufferedIBinaryChannel buffered(bottom, 64);
+        section = MakeRef<LengthDeterminedIBinarySubChannel>(buffered, platformIProtocolX);
+        Expect(*section, content.substr(0, 5));
+        Expect(*section, content.substr(5, 1));
+    }
+    EXPECT_EQ(section->GetPosition(), 6u);
 }
 
 TEST(Subchannels, AThousandLevelsAreOnlyDeep)

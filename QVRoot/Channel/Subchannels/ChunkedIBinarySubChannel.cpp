@@ -21,17 +21,23 @@ ChunkedIBinarySubChannel::~ChunkedIBinarySubChannel() = default;
 
 UInt64 ChunkedIBinarySubChannel::GetAvailable()
 {
+    Settle();
     EnterChunk();
     return static_cast<UInt64>(std::max(static_cast<Int32>(remaining_), 0));
 }
 
 bool ChunkedIBinarySubChannel::IsEOI()
 {
+    if (GetWindow() != 0) {
+        return false;
+    }
+    Settle();
     return !EnterChunk();
 }
 
 void ChunkedIBinarySubChannel::Close()
 {
+    Settle();
     while (EnterChunk()) {
         remaining_ -= static_cast<UInt32>(SkipInside(remaining_));
     }
@@ -44,6 +50,7 @@ UInt32 ChunkedIBinarySubChannel::ReadBytes(char* dest, UInt32 n, ReadSomeModeSel
     }
     const UInt32 got = ReadInside(dest, std::min(remaining_, n), mode);
     remaining_ -= got;
+    Borrow(GetUnderlying(), remaining_);
     return got;
 }
 
@@ -57,8 +64,14 @@ UInt64 ChunkedIBinarySubChannel::SkipBytes(UInt64 n)
     return passed;
 }
 
+void ChunkedIBinarySubChannel::OnReturned(USize consumed) noexcept
+{
+    remaining_ -= static_cast<UInt32>(consumed);
+}
+
 void ChunkedIBinarySubChannel::ReadHeader()
 {
+    Settle();
     if (remaining_ != 0) {
         QV_THROW(PreconditionException, "the current chunk has not been read");
     }

@@ -27,6 +27,7 @@ public:
 protected:
     UInt32 ReadBytes(char* dest, UInt32 n, ReadSomeModeSelector mode) override;
     UInt64 SkipBytes(UInt64 n) override;
+    void OnReturned(USize consumed) noexcept override;
 
     /// Reads the next chunk's length. `PreconditionException` inside a chunk.
     void ReadHeader();

@@ -19,18 +19,30 @@ LengthDeterminedIBinarySubChannel::LengthDeterminedIBinarySubChannel(const IChan
 
 LengthDeterminedIBinarySubChannel::~LengthDeterminedIBinarySubChannel() = default;
 
+UInt64 LengthDeterminedIBinarySubChannel::GetPosition() noexcept
+{
+    Settle();
+    return position_;
+}
+
 UInt64 LengthDeterminedIBinarySubChannel::GetAvailable()
 {
+    Settle();
     return std::min(length_ - position_, GetUnderlying().GetAvailable());
 }
 
 bool LengthDeterminedIBinarySubChannel::IsEOI()
 {
+    if (GetWindow() != 0) {
+        return false;
+    }
+    Settle();
     return position_ >= length_;
 }
 
 void LengthDeterminedIBinarySubChannel::Close()
 {
+    Settle();
     while (position_ != length_) {
         position_ += SkipInside(length_ - position_);
     }
@@ -44,6 +56,7 @@ UInt32 LengthDeterminedIBinarySubChannel::ReadBytes(char* dest, UInt32 n, ReadSo
     }
     const UInt32 got = ReadInside(dest, wanted, mode);
     position_ += got;
+    Borrow(GetUnderlying(), length_ - position_);
     return got;
 }
 
@@ -56,6 +69,11 @@ UInt64 LengthDeterminedIBinarySubChannel::SkipBytes(UInt64 n)
     const UInt64 passed = SkipInside(wanted);
     position_ += passed;
     return passed;
+}
+
+void LengthDeterminedIBinarySubChannel::OnReturned(USize consumed) noexcept
+{
+    position_ += consumed;
 }
 
 } // namespace QV

@@ -22,7 +22,7 @@ public:
     /// The length that the section claims.
     UInt64 GetLength() const noexcept { return length_; }
     /// The bytes read or passed over.
-    UInt64 GetPosition() const noexcept { return position_; }
+    UInt64 GetPosition() noexcept;
 
     /// The rest of the section, but no more than the channel below has.
     UInt64 GetAvailable() override;
@@ -33,6 +33,7 @@ public:
 protected:
     UInt32 ReadBytes(char* dest, UInt32 n, ReadSomeModeSelector mode) override;
     UInt64 SkipBytes(UInt64 n) override;
+    void OnReturned(USize consumed) noexcept override;
 
 private:
     UInt64 length_ = 0;
