@@ -165,8 +165,8 @@ void Register(const std::string& name)
     };
     add("WriteNumbers/QV" + name, WriteQV<Framing>, WriteNumbers);
     add("WriteBlocks/QV" + name, WriteQV<Framing>, WriteBlocks);
-    add("ReadNumbers/QV" + name + "Unbuffered", ReadQV<Framing>, ReadNumbers);
-    add("ReadNumbers/QV" + name, ReadQV<Framing>, ReadBuffered);
+    add("ReadNumbers/QV" + name, ReadQV<Framing>, ReadNumbers);
+    add("ReadNumbers/QV" + name + "Buffered", ReadQV<Framing>, ReadBuffered);
     add("ReadBlocks/QV" + name, ReadQV<Framing>, ReadBlocks);
     add("StepOver/QV" + name, ReadQV<Framing>, ReadNothing);
 }

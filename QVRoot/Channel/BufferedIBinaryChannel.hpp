@@ -3,8 +3,7 @@
 ///     ChunkedIBinarySubChannel section(file, platformIProtocolX);
 ///     BufferedIBinaryChannel in(section); // never reads beyond the section
 ///
-/// Over a section every small read costs the same, however deeply the section is nested. `Close` closes the
-/// channel below, whose position is of no use while bytes are buffered.
+/// `Close` closes the channel below, whose position is of no use while bytes are buffered.
 ///
 /// Threads: one at a time. Errors: those of the channel below; `IllegalArgumentException` for a size of 0,
 /// `ClosedChannelException` after `Close`. Allocation: the buffer.

@@ -6,8 +6,9 @@
 ///
 /// `Close` passes over what was not read: so readers step over what newer writers have added, or over a whole
 /// section. It never closes the channel below. A section is a binary channel itself, so sections nest. It
-/// buffers nothing: the channel below is always just behind the last byte read. Many small reads want a
-/// `BufferedIBinaryChannel` above it.
+/// buffers nothing: the channel below is always just behind the last byte read. Over
+/// a memory or buffered channel, through any number of sections, small reads are served in place; over others
+/// they want a `BufferedIBinaryChannel`.
 ///
 /// Threads: one at a time. Errors: those of the channel below and of the protocol;
 /// `UnexpectedEndOfInputDataIntegrityException` where the channel below ends inside the section.
