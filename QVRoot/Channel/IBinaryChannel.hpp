@@ -9,7 +9,7 @@
 /// its bytes in memory also sets a window: reads that the window covers are served from it in place. A
 /// section above borrows the window, so that reading through many sections costs no more than through one;
 /// whatever the lender does next takes it back, with what was read. A class with a window therefore begins
-/// each of its own operations with `Settle`.
+/// each of its own operations with `Settle`, and the destructor that frees the bytes.
 ///
 /// Lengths are bytes. Threads: one at a time. Errors: `IllegalArgumentException` for a null destination or a
 /// count of 0; `ReadErrorException` where the source fails; an end of input is no error, but a count of 0.
