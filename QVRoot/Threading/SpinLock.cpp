@@ -8,24 +8,12 @@ namespace QV {
 
 SpinLock::~SpinLock() = default;
 
-void SpinLock::Acquire(bool)
+void SpinLock::AcquireContended() noexcept
 {
-    for (Impl::BusyWait wait; !AtomicCompareAndSwap(&flag_, 0, 1);) {
+    Impl::BusyWait wait;
+    do {
         wait.Yield();
-    }
-}
-
-bool SpinLock::TryAcquire(UInt32 timeoutMs, bool, UInt32* remaining)
-{
-    if (remaining != nullptr) {
-        *remaining = timeoutMs;
-    }
-    return AtomicCompareAndSwap(&flag_, 0, 1);
-}
-
-void SpinLock::Release()
-{
-    AtomicStore(&flag_, 0);
+    } while (!AtomicCompareAndSwap(&flag_, 0, 1));
 }
 
 ReentrantSpinLock::~ReentrantSpinLock() = default;

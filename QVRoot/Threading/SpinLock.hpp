@@ -6,6 +6,7 @@
 /// Threads: any. Errors: none. Allocation: none.
 #pragma once
 
+#include <QVRoot/Threading/Atomic.hpp>
 #include <QVRoot/Threading/Lockable.hpp>
 
 namespace QV {
@@ -17,12 +18,25 @@ public:
 
     using Lockable::TryAcquire;
 
-    void Acquire(bool interruptible = false) override;
-    bool TryAcquire(UInt32 timeoutMs, bool interruptible = false, UInt32* remaining = nullptr) override;
+    void Acquire(bool = false) override
+    {
+        if (!AtomicCompareAndSwap(&flag_, 0, 1)) [[unlikely]] {
+            AcquireContended();
+        }
+    }
+    bool TryAcquire(UInt32 timeoutMs, bool = false, UInt32* remaining = nullptr) override
+    {
+        if (remaining != nullptr) {
+            *remaining = timeoutMs;
+        }
+        return AtomicCompareAndSwap(&flag_, 0, 1);
+    }
     /// By another thread, this silently frees the lock.
-    void Release() override;
+    void Release() override { AtomicStore(&flag_, 0); }
 
 private:
+    void AcquireContended() noexcept;
+
     Int32 flag_ = 0;
 };
 
