@@ -134,13 +134,9 @@ void FixedAllocator::DestroyPage(Page* page) noexcept
     MemoryManager::Free(page);
 }
 
-/// A page that was full takes its place in the list again, one that is empty leaves it.
-void FixedAllocator::MovePage(Page* page) noexcept
+/// For a page that has become empty.
+void FixedAllocator::RetirePage(Page* page) noexcept
 {
-    if (page->freeCount != page->blockCount) {
-        LinkInFront(page);
-        return;
-    }
     Unlink(page);
     if (emptyPages_ != nullptr && releaseEmptyPages_) {
         DestroyPage(page);
@@ -148,17 +144,6 @@ void FixedAllocator::MovePage(Page* page) noexcept
     }
     page->next = emptyPages_;
     emptyPages_ = page;
-}
-
-void FixedAllocator::LinkInFront(Page* page) noexcept
-{
-    SettleEmptyPage();
-    page->previous = nullptr;
-    page->next = firstPage_;
-    if (firstPage_ != nullptr) {
-        firstPage_->previous = page;
-    }
-    firstPage_ = page;
 }
 
 void FixedAllocator::Unlink(Page* page) noexcept

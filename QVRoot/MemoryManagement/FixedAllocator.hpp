@@ -19,6 +19,8 @@
 
 #include <QVRoot/Threading/NonThreadSafeClass.hpp>
 
+#include <atomic>
+
 namespace QV {
 
 class SmallObjAllocator;
@@ -99,8 +101,9 @@ private:
     Page* CreatePage() const;
     void AddPage(Page* page) noexcept;
     void DestroyPage(Page* page) noexcept;
-    void MovePage(Page* page) noexcept;
+    void RetirePage(Page* page) noexcept;
     void LinkInFront(Page* page) noexcept;
+    void UnlinkFirst(Page* page) noexcept;
     void Unlink(Page* page) noexcept;
     void SettleEmptyPage() noexcept;
     void PurgePages() noexcept;
@@ -125,26 +128,55 @@ inline void* FixedAllocator::TakeBlock()
         page = ProvidePage();
     }
     Header* const header = page->freeBlocks;
-    page->freeBlocks = header->next;
+    Header* const next = header->next;
+    page->freeBlocks = next;
     header->page = page;
-    if (--page->freeCount == 0) [[unlikely]] {
-        Unlink(page);
+    --page->freeCount;
+    if (next == nullptr) [[unlikely]] {
+        UnlinkFirst(page);
     }
     return header + 1;
 }
 
 inline void FixedAllocator::ReturnBlock(Page* page, Header* header)
 {
-    header->next = page->freeBlocks;
+    Header* const next = page->freeBlocks;
+    header->next = next;
     page->freeBlocks = header;
-    // One comparison for a page that was full and for one that is empty now. An empty one that would be the
-    // next to serve anyway may wait in its place until that changes.
-    const USize freeBefore = page->freeCount++;
-    if (freeBefore - 1 >= page->blockCount - 2) [[unlikely]] {
+    // Counted in memory and read back from there: by way of a register, a pair takes half as long again.
+    ++page->freeCount;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (next == nullptr) [[unlikely]] {
+        LinkInFront(page);
+    } else if (page->freeCount == page->blockCount) [[unlikely]] {
+        // What would be the next to serve anyway may wait in its place until that changes.
         if (!ServesAlone(page)) {
-            MovePage(page);
+            RetirePage(page);
         }
     }
+}
+
+/// For the page that is served from.
+inline void FixedAllocator::UnlinkFirst(Page* page) noexcept
+{
+    Page* const next = page->next;
+    firstPage_ = next;
+    if (next != nullptr) {
+        next->previous = nullptr;
+        page->next = nullptr;
+    }
+}
+
+inline void FixedAllocator::LinkInFront(Page* page) noexcept
+{
+    if (Page* const first = firstPage_) {
+        if (first->freeCount == first->blockCount) [[unlikely]] {
+            SettleEmptyPage();
+        }
+        first->previous = page;
+    }
+    page->next = firstPage_;
+    firstPage_ = page;
 }
 
 inline void* FixedAllocator::Allocate()

@@ -100,7 +100,7 @@ inline void* SmallObjAllocator::Allocate(USize size)
     CheckThread();
     allocator.CheckThread();
     void* const block = allocator.TakeBlock();
-    AddBytes(size);
+    size_ += static_cast<UInt32>(size);
     return block;
 }
 
@@ -123,7 +123,7 @@ inline void SmallObjAllocator::Deallocate(void* block)
     allocator.CheckThread();
     if (SmallObjAllocator* const pool = allocator.owner_) [[likely]] {
         pool->CheckThread();
-        pool->AddBytes(0 - allocator.objectSize_);
+        pool->size_ -= static_cast<UInt32>(allocator.objectSize_);
     }
     allocator.ReturnBlock(page, header);
 }
