@@ -77,8 +77,15 @@ void FixedAllocator::PurgePages() noexcept
     }
 }
 
+/// Puts a page with free blocks in front when the first one is full.
 FixedAllocator::Page* FixedAllocator::ProvidePage()
 {
+    if (firstPage_ != nullptr) {
+        firstPage_ = firstPage_->next;
+    }
+    if (firstPage_ != nullptr) {
+        return firstPage_;
+    }
     if (Page* const page = emptyPages_) {
         emptyPages_ = page->next;
         LinkInFront(page);
@@ -148,15 +155,13 @@ void FixedAllocator::RetirePage(Page* page) noexcept
 
 void FixedAllocator::Unlink(Page* page) noexcept
 {
-    (page->previous != nullptr ? page->previous->next : firstPage_) = page->next;
+    (page == firstPage_ ? firstPage_ : page->previous->next) = page->next;
     if (page->next != nullptr) {
         page->next->previous = page->previous;
     }
-    page->next = nullptr;
-    page->previous = nullptr;
 }
 
-/// An empty page stays in front as long as it serves alone; here it goes where empty pages belong.
+/// Moves the first page to the empty ones if it is.
 void FixedAllocator::SettleEmptyPage() noexcept
 {
     Page* const page = firstPage_;

@@ -87,9 +87,17 @@ private:
 
     static Header* GetHeader(void* block) noexcept { return static_cast<Header*>(block) - 1; }
 
-    bool HasFreeBlock() const noexcept { return firstPage_ != nullptr || emptyPages_ != nullptr; }
+    bool HasFreeBlock() const noexcept
+    {
+        return emptyPages_ != nullptr ||
+               (firstPage_ != nullptr && (firstPage_->freeBlocks != nullptr || firstPage_->next != nullptr));
+    }
     void* TakeBlock();
     void ReturnBlock(Page* page, Header* header);
+
+    // The list of pages with free blocks is kept a little lazily, which nobody sees. Its first page may have
+    // become full: it leaves when the next one is needed. Or it may have become empty: when no other could
+    // serve in its place, it goes where empty pages belong only when that changes.
 
     /// Whether the page is the only one that could serve.
     bool ServesAlone(const Page* page) const noexcept
@@ -103,14 +111,13 @@ private:
     void DestroyPage(Page* page) noexcept;
     void RetirePage(Page* page) noexcept;
     void LinkInFront(Page* page) noexcept;
-    void UnlinkFirst(Page* page) noexcept;
     void Unlink(Page* page) noexcept;
     void SettleEmptyPage() noexcept;
     void PurgePages() noexcept;
     USize GetBlocksOfNewPage() const noexcept;
 
     USize objectSize_;
-    Page* firstPage_ = nullptr;  ///< pages with free blocks, the current one first
+    Page* firstPage_ = nullptr;  ///< pages with free blocks; `previous` of the first is not kept
     Page* emptyPages_ = nullptr; ///< pages kept for reuse, linked by `next` alone
     bool releaseEmptyPages_;
     bool isCheckOff_; ///< for the thread-safe form, whose operations go through the virtual ones
@@ -124,17 +131,13 @@ static_assert(sizeof(FixedAllocator) == 72);
 inline void* FixedAllocator::TakeBlock()
 {
     Page* page = firstPage_;
-    if (page == nullptr) [[unlikely]] {
+    if (page == nullptr || page->freeBlocks == nullptr) [[unlikely]] {
         page = ProvidePage();
     }
     Header* const header = page->freeBlocks;
-    Header* const next = header->next;
-    page->freeBlocks = next;
+    page->freeBlocks = header->next;
     header->page = page;
     --page->freeCount;
-    if (next == nullptr) [[unlikely]] {
-        UnlinkFirst(page);
-    }
     return header + 1;
 }
 
@@ -143,39 +146,35 @@ inline void FixedAllocator::ReturnBlock(Page* page, Header* header)
     Header* const next = page->freeBlocks;
     header->next = next;
     page->freeBlocks = header;
-    // Counted in memory and read back from there: by way of a register, a pair takes half as long again.
-    ++page->freeCount;
+    const bool isLastInUse = page->freeCount == page->blockCount - 1;
+    // Makes the count be compared and increased in memory: by way of a register, a pair takes half as long
+    // again.
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    if (next == nullptr) [[unlikely]] {
-        LinkInFront(page);
-    } else if (page->freeCount == page->blockCount) [[unlikely]] {
-        // What would be the next to serve anyway may wait in its place until that changes.
-        if (!ServesAlone(page)) {
-            RetirePage(page);
+    ++page->freeCount;
+    if (next == nullptr) {
+        if (page != firstPage_) {
+            LinkInFront(page);
         }
-    }
-}
-
-/// For the page that is served from.
-inline void FixedAllocator::UnlinkFirst(Page* page) noexcept
-{
-    Page* const next = page->next;
-    firstPage_ = next;
-    if (next != nullptr) {
-        next->previous = nullptr;
-        page->next = nullptr;
+    } else if (isLastInUse && !ServesAlone(page)) [[unlikely]] {
+        RetirePage(page);
     }
 }
 
 inline void FixedAllocator::LinkInFront(Page* page) noexcept
 {
-    if (Page* const first = firstPage_) {
-        if (first->freeCount == first->blockCount) [[unlikely]] {
+    Page* next = firstPage_;
+    if (next != nullptr) {
+        if (next->freeBlocks == nullptr) {
+            next = next->next;
+        } else if (next->freeCount == next->blockCount) [[unlikely]] {
             SettleEmptyPage();
+            next = nullptr;
         }
-        first->previous = page;
     }
-    page->next = firstPage_;
+    page->next = next;
+    if (next != nullptr) {
+        next->previous = page;
+    }
     firstPage_ = page;
 }
 
