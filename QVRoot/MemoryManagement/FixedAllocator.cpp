@@ -77,19 +77,23 @@ void FixedAllocator::PurgePages() noexcept
     }
 }
 
-/// Puts a page with free blocks in front when the first one is full.
-FixedAllocator::Page* FixedAllocator::ProvidePage()
+/// Puts a page with free blocks in front when the first one is full. Answers null when there is none.
+FixedAllocator::Page* FixedAllocator::FindPage() noexcept
 {
-    if (firstPage_ != nullptr) {
+    if (firstPage_ != nullptr && firstPage_->freeBlocks == nullptr) {
         firstPage_ = firstPage_->next;
     }
-    if (firstPage_ != nullptr) {
-        return firstPage_;
-    }
-    if (Page* const page = emptyPages_) {
+    if (firstPage_ == nullptr && emptyPages_ != nullptr) {
+        Page* const page = emptyPages_;
         emptyPages_ = page->next;
         LinkInFront(page);
-    } else {
+    }
+    return firstPage_;
+}
+
+FixedAllocator::Page* FixedAllocator::ProvidePage()
+{
+    if (FindPage() == nullptr) {
         // A failure handler may free blocks of this allocator in between.
         AddPage(CreatePage());
     }

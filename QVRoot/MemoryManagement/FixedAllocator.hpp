@@ -87,13 +87,9 @@ private:
 
     static Header* GetHeader(void* block) noexcept { return static_cast<Header*>(block) - 1; }
 
-    bool HasFreeBlock() const noexcept
-    {
-        return emptyPages_ != nullptr ||
-               (firstPage_ != nullptr && (firstPage_->freeBlocks != nullptr || firstPage_->next != nullptr));
-    }
     void* TakeBlock();
-    void ReturnBlock(Page* page, Header* header);
+    static void* TakeBlockFrom(Page* page) noexcept;
+    void ReturnBlock(Page* page, Header* header) noexcept;
 
     // The list of pages with free blocks is kept a little lazily, which nobody sees. Its first page may have
     // become full: it leaves when the next one is needed. Or it may have become empty: when no other could
@@ -106,6 +102,7 @@ private:
     }
 
     Page* ProvidePage();
+    Page* FindPage() noexcept;
     Page* CreatePage() const;
     void AddPage(Page* page) noexcept;
     void DestroyPage(Page* page) noexcept;
@@ -130,10 +127,15 @@ static_assert(sizeof(FixedAllocator) == 72);
 
 inline void* FixedAllocator::TakeBlock()
 {
-    Page* page = firstPage_;
+    Page* const page = firstPage_;
     if (page == nullptr || page->freeBlocks == nullptr) [[unlikely]] {
-        page = ProvidePage();
+        return TakeBlockFrom(ProvidePage());
     }
+    return TakeBlockFrom(page);
+}
+
+inline void* FixedAllocator::TakeBlockFrom(Page* page) noexcept
+{
     Header* const header = page->freeBlocks;
     page->freeBlocks = header->next;
     header->page = page;
@@ -141,7 +143,7 @@ inline void* FixedAllocator::TakeBlock()
     return header + 1;
 }
 
-inline void FixedAllocator::ReturnBlock(Page* page, Header* header)
+inline void FixedAllocator::ReturnBlock(Page* page, Header* header) noexcept
 {
     Header* const next = page->freeBlocks;
     header->next = next;

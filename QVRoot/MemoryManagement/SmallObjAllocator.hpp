@@ -51,6 +51,7 @@ public:
 
 private:
     friend class FixedAllocator;
+    friend class ThreadSafeFixedAllocator;
     friend struct Impl::LastingObjPool;
 
     using Header = FixedAllocator::Header;

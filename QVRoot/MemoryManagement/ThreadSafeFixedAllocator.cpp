@@ -1,5 +1,7 @@
 #include <QVRoot/MemoryManagement/ThreadSafeFixedAllocator.hpp>
 
+#include <QVRoot/MemoryManagement/SmallObjAllocator.hpp>
+
 namespace QV {
 
 namespace {
@@ -33,12 +35,24 @@ ThreadSafeFixedAllocator::ThreadSafeFixedAllocator(USize objectSize, bool releas
 
 ThreadSafeFixedAllocator::~ThreadSafeFixedAllocator() = default;
 
+inline void* ThreadSafeFixedAllocator::TakeAndCount(Page* page) noexcept
+{
+    if (owner_ != nullptr) {
+        owner_->AddBytes(objectSize_);
+    }
+    return TakeBlockFrom(page);
+}
+
 void* ThreadSafeFixedAllocator::AllocateAndIncreaseSize()
 {
     {
         const SpinLockGuard guard(lock_);
-        if (HasFreeBlock()) [[likely]] {
-            return FixedAllocator::AllocateAndIncreaseSize();
+        Page* page = firstPage_;
+        if (page == nullptr || page->freeBlocks == nullptr) [[unlikely]] {
+            page = FindPage();
+        }
+        if (page != nullptr) [[likely]] {
+            return TakeAndCount(page);
         }
     }
     return AllocateFromNewPage();
@@ -51,13 +65,16 @@ void* ThreadSafeFixedAllocator::AllocateFromNewPage()
     Page* const page = CreatePage();
     const SpinLockGuard guard(lock_);
     AddPage(page);
-    return FixedAllocator::AllocateAndIncreaseSize();
+    return TakeAndCount(page);
 }
 
 void ThreadSafeFixedAllocator::DeallocateAndDecreaseSize(Page* page, void* block)
 {
     const SpinLockGuard guard(lock_);
-    FixedAllocator::DeallocateAndDecreaseSize(page, block);
+    if (owner_ != nullptr) {
+        owner_->AddBytes(0 - objectSize_);
+    }
+    ReturnBlock(page, GetHeader(block));
 }
 
 void ThreadSafeFixedAllocator::Purge()

@@ -30,6 +30,7 @@ private:
     void* AllocateAndIncreaseSize() override;
     void DeallocateAndDecreaseSize(Page* page, void* block) override;
 
+    void* TakeAndCount(Page* page) noexcept;
     void* AllocateFromNewPage();
 
     SpinLock lock_;
