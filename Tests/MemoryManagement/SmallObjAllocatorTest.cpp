@@ -126,7 +126,7 @@ TEST(SmallObjAllocatorTest, RandomUseAgreesWithTheModel)
                 const UInt64 empty = FaultInjection::GetLiveBlocks();
                 {
                     Model model(pool, 3);
-                    for (int i = 0; i < 30000 && !HasFatalFailure(); ++i) {
+                    for (int i = 0; i < 12000 && !HasFatalFailure(); ++i) {
                         model.Step();
                         ASSERT_EQ(pool.GetSize(), model.GetSmallBytes());
                     }
@@ -145,28 +145,25 @@ TEST(SmallObjAllocatorTest, RandomUseAgreesWithTheModel)
 TEST(SmallObjAllocatorTest, EveryFailingAllocationLeavesNothingBehind)
 {
     Testing::SweepAllocationFailures([] {
-        std::vector<void*> blocks;
+        bool succeeded = true;
         try {
             SmallObjAllocator pool(20, true, true);
-            const auto free = [&] {
-                for (void* const block : blocks) {
-                    SmallObjAllocator::Deallocate(block);
-                }
-                EXPECT_EQ(pool.GetSize(), 0u);
-            };
-            try {
-                for (USize i = 0; i < 150; ++i) {
+            std::vector<void*> blocks;
+            for (USize i = 0; i < 300; ++i) {
+                try {
                     blocks.push_back(pool.Allocate(i % 2 == 0 ? 20 : 21));
+                } catch (const OutOfMemoryException&) {
+                    succeeded = false;
                 }
-            } catch (const OutOfMemoryException&) {
-                free();
-                return false;
             }
-            free();
-            return true;
+            for (void* const block : blocks) {
+                SmallObjAllocator::Deallocate(block);
+            }
+            EXPECT_EQ(pool.GetSize(), 0u);
         } catch (const OutOfMemoryException&) {
-            return false;
+            succeeded = false;
         }
+        return succeeded;
     });
 }
 
@@ -209,7 +206,7 @@ TEST(SmallObjAllocatorTest, ThreadsUseThePoolAndFreeEachOthersBlocks)
     std::vector<void*> handedOver(3000);
     const auto work = [&](unsigned seed, USize begin) {
         Model model(pool, seed);
-        for (int i = 0; i < 15000 && !testing::Test::HasFatalFailure(); ++i) {
+        for (int i = 0; i < 8000 && !testing::Test::HasFatalFailure(); ++i) {
             model.Step();
         }
         for (USize i = begin; i < handedOver.size(); i += 2) {
