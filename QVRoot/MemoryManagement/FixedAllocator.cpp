@@ -113,7 +113,7 @@ USize FixedAllocator::GetBlocksOfNewPage() const noexcept
     }
 }
 
-FixedAllocator::Page* FixedAllocator::CreatePage() const
+FixedAllocator::Page* FixedAllocator::CreatePage()
 {
     const USize words = objectSize_ / sizeof(Header) + (objectSize_ % sizeof(Header) != 0);
     const USize count = GetBlocksOfNewPage();
@@ -128,8 +128,7 @@ FixedAllocator::Page* FixedAllocator::CreatePage() const
         header->next = header + words + 1;
     }
     header->next = nullptr;
-    return new (record.release())
-        Page{words, count, memory, memory, count, nullptr, nullptr, const_cast<FixedAllocator*>(this)};
+    return new (record.release()) Page{words, count, memory, memory, count, nullptr, nullptr, this};
 }
 
 void FixedAllocator::AddPage(Page* page) noexcept

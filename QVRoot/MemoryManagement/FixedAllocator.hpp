@@ -103,7 +103,7 @@ private:
 
     Page* ProvidePage();
     Page* FindPage() noexcept;
-    Page* CreatePage() const;
+    Page* CreatePage();
     void AddPage(Page* page) noexcept;
     void DestroyPage(Page* page) noexcept;
     void RetirePage(Page* page) noexcept;
@@ -125,6 +125,15 @@ private:
 
 static_assert(sizeof(FixedAllocator) == 72);
 
+inline void* FixedAllocator::TakeBlockFrom(Page* page) noexcept
+{
+    Header* const header = page->freeBlocks;
+    page->freeBlocks = header->next;
+    header->page = page;
+    --page->freeCount;
+    return header + 1;
+}
+
 inline void* FixedAllocator::TakeBlock()
 {
     Page* const page = firstPage_;
@@ -134,13 +143,22 @@ inline void* FixedAllocator::TakeBlock()
     return TakeBlockFrom(page);
 }
 
-inline void* FixedAllocator::TakeBlockFrom(Page* page) noexcept
+inline void FixedAllocator::LinkInFront(Page* page) noexcept
 {
-    Header* const header = page->freeBlocks;
-    page->freeBlocks = header->next;
-    header->page = page;
-    --page->freeCount;
-    return header + 1;
+    Page* next = firstPage_;
+    if (next != nullptr) {
+        if (next->freeBlocks == nullptr) {
+            next = next->next;
+        } else if (next->freeCount == next->blockCount) [[unlikely]] {
+            SettleEmptyPage();
+            next = nullptr;
+        }
+    }
+    page->next = next;
+    if (next != nullptr) {
+        next->previous = page;
+    }
+    firstPage_ = page;
 }
 
 inline void FixedAllocator::ReturnBlock(Page* page, Header* header) noexcept
@@ -160,24 +178,6 @@ inline void FixedAllocator::ReturnBlock(Page* page, Header* header) noexcept
     } else if (isLastInUse && !ServesAlone(page)) [[unlikely]] {
         RetirePage(page);
     }
-}
-
-inline void FixedAllocator::LinkInFront(Page* page) noexcept
-{
-    Page* next = firstPage_;
-    if (next != nullptr) {
-        if (next->freeBlocks == nullptr) {
-            next = next->next;
-        } else if (next->freeCount == next->blockCount) [[unlikely]] {
-            SettleEmptyPage();
-            next = nullptr;
-        }
-    }
-    page->next = next;
-    if (next != nullptr) {
-        next->previous = page;
-    }
-    firstPage_ = page;
 }
 
 inline void* FixedAllocator::Allocate()
