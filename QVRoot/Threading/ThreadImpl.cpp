@@ -1,16 +1,13 @@
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
-#include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
 #include <QVRoot/Threading/CriticalSectionImpl.hpp>
 #include <QVRoot/Threading/ImplementationImpl.hpp>
 #include <QVRoot/Threading/ParkImpl.hpp>
+#include <QVRoot/Threading/TaskRunImpl.hpp>
 #include <QVRoot/Threading/ThreadListImpl.hpp>
-
-#include <cstdlib>
-#include <cxxabi.h>
-#include <typeinfo>
+#include <QVRoot/Threading/ThreadValuesImpl.hpp>
 
 namespace QV::Impl {
 
@@ -22,15 +19,6 @@ constinit ThreadSlot endSlot(&ThreadImpl::EndCurrent);
 
 /// For the indexes 1 to 10.
 constexpr Int32 nativePriorities[] = {-2, -2, -1, -1, 0, 0, 1, 1, 2, 2};
-
-void ReportEscaped(const QVException& exception) noexcept
-{
-    int status = 0;
-    char* const readable = abi::__cxa_demangle(typeid(exception).name(), nullptr, nullptr, &status);
-    ErrorReporting::Report(readable != nullptr ? readable : typeid(exception).name(),
-                           static_cast<UInt32>(exception.GetID()));
-    std::free(readable);
-}
 
 } // namespace
 
@@ -106,6 +94,7 @@ void ThreadImpl::EndCurrent(void* current)
         return;
     }
     auto* const thread = static_cast<ThreadImpl*>(current);
+    thread->EndValues();
     SetCurrentThreadImpl(EndedThread);
     ThreadList::Remove(*thread);
     {
@@ -113,6 +102,23 @@ void ThreadImpl::EndCurrent(void* current)
         thread->hasEnded_ = true;
     }
     thread->ReleaseReference();
+}
+
+ThreadValues& ThreadImpl::MakeValues()
+{
+    if (values_ == nullptr) {
+        values_ = MakeImplementation<ThreadValues>();
+    }
+    return *values_;
+}
+
+/// While the thread is still whole: destructors may lock, wait and use each other's values.
+void ThreadImpl::EndValues() noexcept
+{
+    if (values_ != nullptr) {
+        values_->Clear();
+        DestroyImplementation(std::exchange(values_, nullptr));
+    }
 }
 
 ThreadState ThreadImpl::GetState() const
@@ -179,14 +185,7 @@ bool ThreadImpl::StartNative()
 
 void ThreadImpl::RunTask()
 {
-    try {
-        task_.Run();
-    } catch (const QVException& exception) {
-        ReportEscaped(exception);
-    } catch (...) {
-        PassOnForcedUnwinding();
-        ErrorReporting::Report("Unhandled C++ exception - thread terminated");
-    }
+    RunReporting(task_, "Unhandled C++ exception - thread terminated");
 }
 
 void ThreadImpl::Finish() noexcept
@@ -208,6 +207,7 @@ void RunStartedThread(ThreadImpl* thread)
     struct Finisher {
         ~Finisher()
         {
+            thread->EndValues();
             thread->Finish();
             ThreadImpl::EndCurrent(thread);
         }
