@@ -7,7 +7,6 @@
 #include <QVRoot/Threading/ParkImpl.hpp>
 #include <QVRoot/Threading/TaskRunImpl.hpp>
 #include <QVRoot/Threading/ThreadListImpl.hpp>
-#include <QVRoot/Threading/ThreadValuesImpl.hpp>
 
 namespace QV::Impl {
 
@@ -94,7 +93,7 @@ void ThreadImpl::EndCurrent(void* current)
         return;
     }
     auto* const thread = static_cast<ThreadImpl*>(current);
-    thread->EndValues();
+    thread->values_.Clear();
     SetCurrentThreadImpl(EndedThread);
     ThreadList::Remove(*thread);
     {
@@ -102,23 +101,6 @@ void ThreadImpl::EndCurrent(void* current)
         thread->hasEnded_ = true;
     }
     thread->ReleaseReference();
-}
-
-ThreadValues& ThreadImpl::MakeValues()
-{
-    if (values_ == nullptr) {
-        values_ = MakeImplementation<ThreadValues>();
-    }
-    return *values_;
-}
-
-/// While the thread is still whole: destructors may lock, wait and use each other's values.
-void ThreadImpl::EndValues() noexcept
-{
-    if (values_ != nullptr) {
-        values_->Clear();
-        DestroyImplementation(std::exchange(values_, nullptr));
-    }
 }
 
 ThreadState ThreadImpl::GetState() const
@@ -207,7 +189,8 @@ void RunStartedThread(ThreadImpl* thread)
     struct Finisher {
         ~Finisher()
         {
-            thread->EndValues();
+            // While the thread is still whole, so that destructors may lock, wait and use other values.
+            thread->values_.Clear();
             thread->Finish();
             ThreadImpl::EndCurrent(thread);
         }

@@ -9,11 +9,10 @@
 #include <QVRoot/Threading/ThreadMonitorImpl.hpp>
 #include <QVRoot/Threading/ThreadPriority.hpp>
 #include <QVRoot/Threading/ThreadState.hpp>
+#include <QVRoot/Threading/ThreadValuesImpl.hpp>
 #include <QVRoot/Threading/WaiterQueueImpl.hpp>
 
 namespace QV::Impl {
-
-class ThreadValues;
 
 /// Stands in the place of a thread's object once that thread is running its last destructors.
 inline ThreadImpl* const EndedThread = reinterpret_cast<ThreadImpl*>(1);
@@ -48,9 +47,8 @@ public:
     ThreadState GetState() const;
     UInt32 GetId() const noexcept;
 
-    /// The calling thread's own, of which there may be none.
-    ThreadValues* GetValues() const noexcept { return values_; }
-    ThreadValues& MakeValues();
+    /// For the thread itself only.
+    ThreadValues& GetValues() noexcept { return values_; }
 
     void Start();
     bool Join(UInt32 milliseconds, bool interruptible);
@@ -69,7 +67,6 @@ private:
     void SetUpWrapper(UInt32 id) noexcept;
     bool StartNative();
     void RunTask();
-    void EndValues() noexcept;
     void Finish() noexcept;
     void PublishId() noexcept;
     bool HasPriority() const noexcept { return !hasEnded_ && (state_.IsRunning() || state_.IsWrapper()); }
@@ -78,8 +75,8 @@ private:
     TSRefCounter references_{1};
     /// 0: not known; `IdIsAwaited`: somebody sleeps here until the thread has told it.
     mutable std::atomic<UInt32> id_ = 0;
-    ThreadValues* values_ = nullptr; ///< for the thread itself only
-    mutable FastLock lock_;          ///< guards what follows, but for name and task, which do not change
+    ThreadValues values_;
+    mutable FastLock lock_; ///< guards what follows, but for name and task, which do not change
     ThreadState state_;
     bool hasEnded_ = false; ///< of a wrapper: its thread is gone
     Int32 nativePriority_ = 0;

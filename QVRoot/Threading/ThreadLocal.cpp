@@ -109,13 +109,12 @@ ThreadLocalBase::~ThreadLocalBase()
 
 void* ThreadLocalBase::Find() const noexcept
 {
-    const ThreadImpl* const thread = GetCurrentThreadImpl();
+    ThreadImpl* const thread = GetCurrentThreadImpl();
     if (thread == nullptr || thread == EndedThread) [[unlikely]] {
         return nullptr;
     }
-    const ThreadValues* const values = thread->GetValues();
     const UInt64 serial = serial_.load(std::memory_order_acquire);
-    return values == nullptr || serial == 0 ? nullptr : values->Find(index_, serial);
+    return serial == 0 ? nullptr : thread->GetValues().Find(index_, serial);
 }
 
 void* ThreadLocalBase::AllocateValue(USize size)
@@ -142,7 +141,7 @@ void ThreadLocalBase::Prepare()
 void ThreadLocalBase::Install(void* value)
 {
     Prepare();
-    ThreadValues& values = ThreadImpl::GetCurrent().MakeValues();
+    ThreadValues& values = ThreadImpl::GetCurrent().GetValues();
     values.Reserve(index_);
     values.Set(index_, serial_.load(std::memory_order_relaxed), value);
     ThreadValue* const links = ThreadValue::Of(value);
@@ -168,7 +167,7 @@ void ThreadLocalBase::Clear() noexcept
         return;
     }
     // It is gone for its own destructor already.
-    GetCurrentThreadImpl()->GetValues()->Set(index_, 0, nullptr);
+    GetCurrentThreadImpl()->GetValues().Set(index_, 0, nullptr);
     {
         const FastLockGuard guard(valuesLock);
         ThreadValue::Of(value)->Unlink();
@@ -210,26 +209,32 @@ void ThreadValues::DestroyAll(ThreadValue*& list) noexcept
     }
 }
 
+/// The values that the thread has now; what their destructors make is for another round.
+ThreadValue* ThreadValues::Detach(ThreadValue*& list) noexcept
+{
+    const FastLockGuard guard(valuesLock);
+    list = std::exchange(first_, nullptr);
+    if (list != nullptr) {
+        list->placeInThread = &list;
+    }
+    return list;
+}
+
 void ThreadValues::Clear() noexcept
 {
-    for (UInt32 round = 0; round < clearingRounds; ++round) {
-        ThreadValue* list;
-        {
-            // What destructors make is for the next round.
-            const FastLockGuard guard(valuesLock);
-            list = std::exchange(first_, nullptr);
-            if (list == nullptr) {
-                return;
-            }
-            list->placeInThread = &list;
-        }
+    ThreadValue* list;
+    for (UInt32 round = 0; round < clearingRounds && Detach(list) != nullptr; ++round) {
         DestroyAll(list);
     }
-    // The rest is left to the ends of their `ThreadLocal`s.
-    const FastLockGuard guard(valuesLock);
-    while (first_ != nullptr) {
-        first_->UnlinkFromThread();
+    {
+        // The rest is left to the ends of their `ThreadLocal`s.
+        const FastLockGuard guard(valuesLock);
+        while (first_ != nullptr) {
+            first_->UnlinkFromThread();
+        }
     }
+    count_ = 0;
+    MemoryManager::Free(std::exchange(entries_, nullptr));
 }
 
 } // namespace QV::Impl

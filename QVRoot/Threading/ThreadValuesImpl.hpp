@@ -45,6 +45,7 @@ public:
 private:
     friend class ThreadLocalBase;
 
+    ThreadValue* Detach(ThreadValue*& list) noexcept;
     void DestroyAll(ThreadValue*& list) noexcept;
 
     struct Entry {
