@@ -1,4 +1,4 @@
-/// A program's arguments as text, and running the program again.
+/// A program's arguments as text, its terminal, and running the program again.
 #pragma once
 
 #include <QVRoot/Containers/Array.hpp>
@@ -11,6 +11,9 @@ Array<UniString> CollectArguments(int count, char** arguments);
 
 /// Makes the console take UTF-8.
 void PrepareConsole() noexcept;
+
+/// Whether standard error is a terminal, where a line can be written over.
+bool IsErrorOutputTerminal() noexcept;
 
 /// Runs this program once more and waits for its end. It sees one environment variable in addition.
 /// `ErrGeneral` when it could not be started. The exit code of a process that was killed is above 127.

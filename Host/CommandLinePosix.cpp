@@ -30,6 +30,11 @@ Array<UniString> CollectArguments(int count, char** arguments)
 
 void PrepareConsole() noexcept {}
 
+bool IsErrorOutputTerminal() noexcept
+{
+    return isatty(STDERR_FILENO) != 0;
+}
+
 QVErrCode RunSelf(const Array<UniString>& arguments, const UniString& variable, const UniString& value,
                   int* exitCode)
 {

@@ -52,6 +52,12 @@ void PrepareConsole() noexcept
     SetConsoleOutputCP(CP_UTF8);
 }
 
+bool IsErrorOutputTerminal() noexcept
+{
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
 QVErrCode RunSelf(const Array<UniString>& arguments, const UniString& variable, const UniString& value,
                   int* exitCode)
 {

@@ -5,6 +5,8 @@
 #include <Host/CommandLine.hpp>
 #include <Host/IFileChannel.hpp>
 #include <Host/OFileChannel.hpp>
+#include <QVRoot/Exceptions/ThreadingExceptions.hpp>
+#include <QVRoot/Threading/Thread.hpp>
 
 #include <cstdio>
 #include <string_view>
@@ -67,13 +69,16 @@ std::vector<BackEndRun> RunBackEnds(const Array<UniString>& arguments, int* exit
     std::vector<BackEndRun> runs;
     for (const BackEnd& backEnd : backEnds) {
         WriteSettings(settings, backEnd.setting);
-        std::fprintf(stderr, "%-8s", backEnd.name);
+        std::fprintf(stderr, IsErrorOutputTerminal() ? "%-8s" : "%s\n", backEnd.name);
         std::fflush(stderr);
         if (RunSelf(childArguments, "QVROOT_DEBUG_VALUES", settings, exitCode) != NoError) {
             throw TourError(backEnd.name, "the run could not be started");
         }
         if (*exitCode != 0) {
             break;
+        }
+        if (Thread::Interrupted()) {
+            QV_THROW(InterruptedException, "interrupted");
         }
         runs.push_back({backEnd.name, {}});
         ReadResults(results, runs.back().measurements);

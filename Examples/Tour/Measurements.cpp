@@ -13,7 +13,7 @@ namespace {
 constexpr ClassInfo measurementsInfo("Tour::Measurements", {1, 2},
                                      Guid(0x7C0A5D12, 0x94E3, 0x4B7F,
                                           {0xA1, 0x5E, 0x0D, 0x38, 0xF6, 0x42, 0x9B, 0xC7}),
-                                     {2, 0}, {2, 0});
+                                     {3, 0}, {3, 0});
 
 } // namespace
 
@@ -40,7 +40,7 @@ QVErrCode Measurements::Write(OChannel& oc) const
     summary.Write(oc);
     oc << stages.GetCount();
     for (const Stage& stage : stages) {
-        oc << stage.name << stage.bytes << stage.nanoseconds << stage.allocations;
+        oc << stage.name << stage.bytes << stage.nanoseconds << stage.allocations << stage.threads;
     }
     oc << versions.GetCount();
     for (const VersionResult& version : versions) {
@@ -69,6 +69,7 @@ QVErrCode Measurements::Read(IChannel& ic)
         ic.Read(stage.bytes);
         ic.Read(stage.nanoseconds);
         ic.Read(stage.allocations);
+        ic.Read(stage.threads);
     }
     count = 0;
     ic.Read(count);

@@ -14,6 +14,7 @@ struct Stage {
     QV::UInt64 bytes = 0;
     QV::UInt64 nanoseconds = 0; ///< of the fastest pass
     QV::UInt64 allocations = 0; ///< of one pass
+    QV::UInt32 threads = 1;     ///< that shared the work
 
     double GetMegabytesPerSecond() const;
 };

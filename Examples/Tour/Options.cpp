@@ -15,9 +15,11 @@ const char* const usageText =
     "  --archive FILE    keep the archive\n"
     "  --verify ARCHIVE  only read an archive and say what is in it\n"
     "  --passes N        run each stage N times and take the fastest (5)\n"
+    "  --threads N       read, decode and save on N threads (as many as the machine has)\n"
     "  --here            measure this process alone, with the back end that it has\n"
     "  --results FILE    with --here: leave the measurements in a file\n"
-    "Exit codes: 0 success, 1 an input or output that failed, 2 a wrong command line, 3 anything else.\n";
+    "Exit codes: 0 success, 1 an input or output that failed, 2 a wrong command line, 3 anything else,\n"
+    "130 interrupted.\n";
 
 namespace {
 
@@ -72,6 +74,8 @@ Options ParseOptions(const Array<UniString>& arguments)
             code = ParseCodePage(value());
         } else if (name == u"--passes") {
             options.passes = ParseNumber(value());
+        } else if (name == u"--threads") {
+            options.threads = ParseNumber(value());
         } else if (name == u"--archive") {
             options.archive = value();
         } else if (name == u"--verify") {
@@ -86,6 +90,9 @@ Options ParseOptions(const Array<UniString>& arguments)
     }
     if (options.passes == 0) {
         Refuse("at least one pass is needed", "--passes");
+    }
+    if (options.threads == 0) {
+        Refuse("at least one thread is needed", "--threads");
     }
     return options;
 }

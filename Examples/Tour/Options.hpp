@@ -4,6 +4,7 @@
 #include <QVRoot/Containers/Array.hpp>
 #include <QVRoot/String/CharCode.hpp>
 #include <QVRoot/String/UniString.hpp>
+#include <QVRoot/Threading/ThreadPool.hpp>
 
 namespace Tour {
 
@@ -19,7 +20,8 @@ struct Options {
     QV::UniString verify;  ///< an archive to read instead of everything else
     QV::UniString results; ///< where to leave the measurements for the process that compares them
     QV::UInt32 passes = 5; ///< how often each stage runs
-    bool here = false;     ///< measure this process alone
+    QV::UInt32 threads = QV::ThreadPool::GetProcessorCount();
+    bool here = false; ///< measure this process alone
     bool help = false;
 };
 

@@ -8,8 +8,11 @@
 #include "WorkFolder.hpp"
 
 #include <Host/IFileChannel.hpp>
+#include <Host/InterruptSignal.hpp>
 #include <Host/OFileChannel.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
+#include <QVRoot/Exceptions/ThreadingExceptions.hpp>
+#include <QVRoot/Threading/Thread.hpp>
 
 #include <cstdio>
 
@@ -20,7 +23,7 @@ using namespace QV::Host;
 
 namespace {
 
-enum ExitCode { Success = 0, Failed = 1, WrongUsage = 2, Unexpected = 3 };
+enum ExitCode { Success = 0, Failed = 1, WrongUsage = 2, Unexpected = 3, Interrupted = 130 };
 
 void PrintLine(const UniString& text)
 {
@@ -45,12 +48,22 @@ int MeasureHere(const Options& options)
     const WorkFolder folder;
     const UniString archive = options.archive.IsEmpty() ? folder.GetPath("archive") : options.archive;
     Run run(options.inputs.IsEmpty() ? FindFiles(GetOwnFolders()) : FindFiles(options.inputs), archive,
-            options.passes);
-    const Measurements& measurements = run.Execute();
-    if (options.results.IsEmpty()) {
-        PrintTable({{"here", measurements}});
-    } else {
-        SaveResults(options.results, measurements);
+            options.passes, options.threads);
+    try {
+        const Measurements& measurements = run.Execute();
+        if (options.results.IsEmpty()) {
+            PrintTable({{"here", measurements}});
+        } else {
+            SaveResults(options.results, measurements);
+        }
+    } catch (const InterruptedException&) {
+        if (options.archive.IsEmpty()) {
+            throw;
+        }
+        UniString line("interrupted; ");
+        line += options.archive;
+        line += run.HasReplacedArchive() ? " is complete" : " is what it was before";
+        QV_THROW(InterruptedException, line);
     }
     return Success;
 }
@@ -102,7 +115,11 @@ int Dispatch(const Array<UniString>& arguments)
 int RunProgram(const Array<UniString>& arguments)
 {
     try {
+        const InterruptSignal signal([program = Thread::GetCurrent()]() mutable { program.Interrupt(); });
         return Dispatch(arguments);
+    } catch (const InterruptedException& e) {
+        PrintLine(e.GetMessage());
+        return Interrupted;
     } catch (const UsageError& e) {
         PrintLine(e.what);
         std::fputs(usageText, stderr);

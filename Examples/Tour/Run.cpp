@@ -25,19 +25,28 @@ UniString GetReason(const UniString& systemText, const char* otherwise)
     return systemText.IsEmpty() ? UniString(otherwise) : systemText;
 }
 
+void Append(OChannel& out, const MarkingMemOChannel& piece)
+{
+    constexpr UInt64 mostAtOnce = 0x40000000;
+    for (UInt64 offset = 0; offset < piece.GetSize(); offset += mostAtOnce) {
+        const UInt64 n = std::min(piece.GetSize() - offset, mostAtOnce);
+        out.WriteBin(piece.GetData() + offset, static_cast<UInt32>(n), nullptr);
+    }
+}
+
 } // namespace
 
-Run::Run(Array<Input> files, const UniString& archive, UInt32 passes)
-    : inputs_(std::move(files)), archive_(archive), passes_(passes)
+Run::Run(Array<Input> files, const UniString& archive, UInt32 passes, UInt32 threads)
+    : inputs_(std::move(files)), archive_(archive), passes_(passes), parallel_(threads, progress_)
 {
 }
 
 /// Runs a stage several times and keeps the fastest pass. `bytes` may become known while it runs.
 template <class Work>
-void Run::Measure(const char* name, const UInt64& bytes, Work work)
+void Run::Measure(const char* name, const UInt64& bytes, UInt32 threads, Work work)
 {
     progress_.Begin(name);
-    Stage stage{UniString(name), 0, ~UInt64{0}, 0};
+    Stage stage{UniString(name), 0, ~UInt64{0}, 0, threads};
     for (UInt32 pass = 0; pass < passes_; ++pass) {
         const UInt64 allocations = MemoryStatistics::Get().allocations;
         const auto start = std::chrono::steady_clock::now();
@@ -56,15 +65,16 @@ const Measurements& Run::Execute()
 {
     const UInt64& input = measurements_.inputBytes;
     const UInt64& packed = measurements_.archiveBytes;
-    Measure("read files", input, [this] { ReadFiles(); });
-    Measure("decode", input, [this] { DecodeFiles(); });
-    Measure("make documents", input, [this] { MakeDocuments(); });
+    const UInt32 all = parallel_.GetThreadCount();
+    Measure("read files", input, all, [this] { ReadFiles(); });
+    Measure("decode", input, all, [this] { DecodeFiles(); });
+    Measure("make documents", input, all, [this] { MakeDocuments(); });
     WorkWithText();
-    Measure("write to memory", packed, [this] { WriteToMemory(); });
-    Measure("read from memory", packed, [this] { ReadFromMemory(); });
-    Measure("compare", packed, [this] { CompareDocuments(); });
-    Measure("write archive", packed, [this] { WriteToFile(); });
-    Measure("read archive", packed, [this] { ReadFromFile(); });
+    Measure("write to memory", packed, all, [this] { WriteToMemory(); });
+    Measure("read from memory", packed, 1, [this] { ReadFromMemory(); });
+    Measure("compare", packed, 1, [this] { CompareDocuments(); });
+    Measure("write archive", packed, all, [this] { WriteToFile(); });
+    Measure("read archive", packed, 1, [this] { ReadFromFile(); });
     CompareDocuments();
     TakeStock();
     readBack_.Clear();
@@ -76,8 +86,9 @@ const Measurements& Run::Execute()
 void Run::ReadFiles()
 {
     files_.clear();
-    measurements_.inputBytes = 0;
-    for (const Input& input : inputs_) {
+    files_.resize(inputs_.GetCount());
+    parallel_.ForEach(inputs_.GetCount(), [this](UInt32 i) {
+        const Input& input = inputs_[i];
         auto file = std::make_unique<TextFile>();
         file->input = input;
         IFileChannel in;
@@ -88,47 +99,73 @@ void Run::ReadFiles()
         if (error != NoError) {
             throw TourError(input.path, GetReason(in.GetErrorText(), "cannot be read"));
         }
+        files_[i] = std::move(file);
+    });
+    measurements_.inputBytes = 0;
+    for (const auto& file : files_) {
         measurements_.inputBytes += file->bytes.GetSize();
-        files_.push_back(std::move(file));
-        progress_.Tick();
     }
 }
 
 void Run::DecodeFiles()
 {
-    for (const auto& file : files_) {
+    parallel_.ForEach(inputs_.GetCount(), [this](UInt32 i) {
+        TextFile& file = *files_[i];
         const DecodeFault fault =
-            DecodeText(file->bytes.GetData(), file->bytes.GetSize(), file->input.code, &file->text);
+            DecodeText(file.bytes.GetData(), file.bytes.GetSize(), file.input.code, &file.text);
         if (fault.what != nullptr) {
-            throw TourError(file->input.path, fault.offset, fault.what);
+            throw TourError(file.input.path, fault.offset, fault.what);
         }
-        progress_.Tick();
-    }
+    });
 }
 
 void Run::MakeDocuments()
 {
     documents_.Clear();
-    for (const auto& file : files_) {
-        documents_.Emplace(file->input.path, file->text);
+    for (UInt32 i = 0; i < inputs_.GetCount(); ++i) {
+        documents_.Emplace();
     }
+    parallel_.ForEach(inputs_.GetCount(),
+                      [this](UInt32 i) { documents_[i] = Document(files_[i]->input.path, files_[i]->text); });
 }
 
 void Run::WorkWithText()
 {
     const UInt64& input = measurements_.inputBytes;
-    Measure("replace and trim", input, [this] { textWork_.Clean(documents_); });
-    Measure("lower case", input, [this] { textWork_.FoldCase(); });
-    Measure("split and count", input, [this] { textWork_.SplitAndCount(); });
-    Measure("natural order", input, [this] { textWork_.Sort(); });
+    Measure("replace and trim", input, 1, [this] { textWork_.Clean(documents_); });
+    Measure("lower case", input, 1, [this] { textWork_.FoldCase(); });
+    Measure("split and count", input, 1, [this] { textWork_.SplitAndCount(); });
+    Measure("natural order", input, 1, [this] { textWork_.Sort(); });
     measurements_.summary = textWork_.GetSummary();
     textWork_.Clear();
+}
+
+/// Writes the archive. With several threads, each document becomes bytes for itself first; what comes out is
+/// the same.
+QVErrCode Run::Save(OChannel& out)
+{
+    if (parallel_.GetThreadCount() == 1) {
+        return WriteArchive(out, documents_);
+    }
+    pieces_.resize(documents_.GetCount());
+    parallel_.ForEach(documents_.GetCount(), [this](UInt32 i) {
+        pieces_[i].Clear();
+        if ((pieces_[i] << documents_[i]).GetOutputStatus() != NoError) {
+            throw TourError("memory", "the documents do not fit");
+        }
+    });
+    WriteArchiveHeader(out, documents_.GetCount());
+    for (const MarkingMemOChannel& piece : pieces_) {
+        progress_.Tick();
+        Append(out, piece);
+    }
+    return out.GetOutputStatus();
 }
 
 void Run::WriteToMemory()
 {
     memory_.Clear();
-    if (WriteArchive(memory_, documents_) != NoError) {
+    if (Save(memory_) != NoError) {
         throw TourError("memory", "the documents do not fit");
     }
     measurements_.archiveBytes = memory_.GetSize();
@@ -160,12 +197,13 @@ void Run::WriteToFile()
     OFileChannel out;
     QVErrCode error = out.Open(archive_);
     if (error == NoError) {
-        WriteArchive(out, documents_);
+        Save(out);
         error = out.Commit();
     }
     if (error != NoError) {
         throw TourError(archive_, GetReason(out.GetErrorText(), "cannot be written"));
     }
+    hasReplacedArchive_ = true;
     progress_.Tick();
 }
 
@@ -185,6 +223,7 @@ void Run::ReadFromFile()
 /// Counts what is held while both sets of documents are in memory.
 void Run::TakeStock()
 {
+    pieces_.clear();
     const MemoryCounts counts = MemoryStatistics::Get();
     measurements_.liveBlocks = counts.liveBlocks;
     measurements_.liveBytes = counts.liveBytes;

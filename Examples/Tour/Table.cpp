@@ -29,10 +29,10 @@ std::string ToText(const UniString& text)
 }
 
 template <class Cell>
-void PrintRow(const std::string& title, const std::string& second, const std::vector<BackEndRun>& runs,
-              Cell cell)
+void PrintRow(const std::string& title, const std::string& threads, const std::string& allocations,
+              const std::vector<BackEndRun>& runs, Cell cell)
 {
-    std::printf("%-18s %13s", title.c_str(), second.c_str());
+    std::printf("%-18s %7s %11s", title.c_str(), threads.c_str(), allocations.c_str());
     for (const BackEndRun& run : runs) {
         std::printf(" %13s", std::string(cell(run)).c_str());
     }
@@ -55,16 +55,17 @@ void PrintTable(const std::vector<BackEndRun>& runs)
                 Group(first.files).c_str(), Group(first.inputBytes).c_str(), Group(first.characters).c_str(),
                 Group(first.paragraphs).c_str(), Group(first.archiveBytes).c_str());
 
-    PrintRow("stage", "allocations", runs, [](const BackEndRun& run) { return run.name; });
+    PrintRow("stage", "threads", "allocations", runs, [](const BackEndRun& run) { return run.name; });
     for (UInt32 i = 0; i < first.stages.GetCount(); ++i) {
-        PrintRow(ToText(first.stages[i].name), Group(first.stages[i].allocations), runs,
+        const Stage& stage = first.stages[i];
+        PrintRow(ToText(stage.name), Group(stage.threads), Group(stage.allocations), runs,
                  [i](const BackEndRun& run) { return FormatSpeed(run.measurements.stages[i]); });
     }
-    PrintRow("blocks in use", "", runs,
+    PrintRow("blocks in use", "", "", runs,
              [](const BackEndRun& run) { return Group(run.measurements.liveBlocks); });
-    PrintRow("bytes in use", "", runs,
+    PrintRow("bytes in use", "", "", runs,
              [](const BackEndRun& run) { return Group(run.measurements.liveBytes); });
-    PrintRow("most bytes in use", "", runs,
+    PrintRow("most bytes in use", "", "", runs,
              [](const BackEndRun& run) { return Group(run.measurements.peakBytes); });
 
     const WordSummary& words = first.summary;
