@@ -2,6 +2,7 @@
 #include "Worker.hpp"
 
 #include <QVRoot/Threading/NamedSemaphore.hpp>
+#include <QVRoot/Threading/ThreadPool.hpp>
 
 #include <cstdlib>
 #include <pthread.h>
@@ -44,6 +45,16 @@ TEST(PosixThreadTest, AForcedEndFinishesTheThread)
     thread.Start();
     EXPECT_TRUE(thread.Join(Long, true));
     EXPECT_TRUE(unwound);
+}
+
+TEST(PosixThreadTest, APoolReplacesAThreadThatIsEndedByForce)
+{
+    ThreadPool pool(1);
+    const Int64 before = pool.Submit([] { return Thread::GetCurrentThreadId(); }).Get();
+    const Future<void> forced = pool.Submit([] { pthread_exit(nullptr); });
+    EXPECT_EQ(GetOutcome([&] { forced.Get(); }), "ExecutionException: The thread was ended by force.");
+    const Future<Int64> after = pool.Submit([] { return Thread::GetCurrentThreadId(); });
+    EXPECT_NE(after.Get(Long, false), before);
 }
 
 TEST(PosixThreadTest, AForkedChildHasAnIdOfItsOwn)
