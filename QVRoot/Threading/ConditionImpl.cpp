@@ -1,6 +1,7 @@
 #include <QVRoot/Threading/Condition.hpp>
 
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
+#include <QVRoot/Threading/HandOverLockImpl.hpp>
 #include <QVRoot/Threading/ImplementationImpl.hpp>
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
@@ -19,7 +20,8 @@ public:
     void NotifyAll();
 
 private:
-    MonitorState::Result WaitReleased(UInt32 milliseconds, bool interruptible);
+    void ReleaseLockable(UInt32 me, Notification& heir);
+    MonitorState::Result WaitReleased(Waiter& waiter, UInt32 milliseconds, bool interruptible);
 
     /// Counts a thread in for the length of its wait.
     struct Presence {
@@ -33,23 +35,36 @@ private:
     /// that afterwards knows of it without entering the `FastLock`.
     std::atomic<UInt32> present_ = 0;
     FastLock lock_;
+    HandOverLock* handOver_ = nullptr; ///< the lockable's, once somebody has waited
     WaiterQueue waiters_;
 };
 
-MonitorState::Result ConditionImpl::WaitReleased(UInt32 milliseconds, bool interruptible)
+/// Whoever gets the lock next goes on only when this thread is out of its way.
+void ConditionImpl::ReleaseLockable(UInt32 me, Notification& heir)
 {
-    Waiter waiter(ThreadImpl::GetCurrent());
+    handOver_ = HandOverLock::Find(lockable_);
+    if (handOver_ != nullptr && handOver_->IsOwnedBy(me) && handOver_->GetNesting() == 0) {
+        handOver_->Give(heir);
+    } else {
+        lockable_.Release();
+    }
+}
+
+MonitorState::Result ConditionImpl::WaitReleased(Waiter& waiter, UInt32 milliseconds, bool interruptible)
+{
     const Presence presence(present_);
+    Notification heir;
     lock_.Enter();
     try {
         // Nobody can notify before this thread is queued: that takes the lock held here.
-        lockable_.Release();
+        ReleaseLockable(waiter.threadId, heir);
     } catch (...) {
         lock_.Leave();
         throw;
     }
     try {
-        return waiters_.Wait(lock_, waiter, milliseconds, interruptible, [] {});
+        return waiters_.Wait(
+            lock_, waiter, milliseconds, interruptible, [] {}, &heir);
     } catch (...) {
         lockable_.Acquire(false);
         throw;
@@ -58,8 +73,11 @@ MonitorState::Result ConditionImpl::WaitReleased(UInt32 milliseconds, bool inter
 
 MonitorState::Result ConditionImpl::Wait(UInt32 milliseconds, bool interruptible)
 {
-    const MonitorState::Result result = WaitReleased(milliseconds, interruptible);
-    lockable_.Acquire(false);
+    Waiter waiter(ThreadImpl::GetCurrent());
+    const MonitorState::Result result = WaitReleased(waiter, milliseconds, interruptible);
+    if (!waiter.isHeir) {
+        lockable_.Acquire(false);
+    }
     return result;
 }
 
@@ -71,7 +89,7 @@ void ConditionImpl::Notify()
     Notification notification;
     {
         const FastLockGuard guard(lock_);
-        waiters_.NotifyOne(notification, WaiterQueue::Refusing::IsRemoved);
+        waiters_.PassOne(notification, handOver_);
     }
     notification.Complete();
 }
@@ -84,7 +102,7 @@ void ConditionImpl::NotifyAll()
     Notification notification;
     {
         const FastLockGuard guard(lock_);
-        waiters_.NotifyAll(notification);
+        waiters_.PassAll(notification, handOver_);
     }
     notification.Complete();
 }

@@ -1,26 +1,52 @@
 #include <QVRoot/Threading/HandOverLockImpl.hpp>
 
-#include <QVRoot/Threading/SpinLockImpl.hpp>
+#include <QVRoot/Exceptions/ThreadingExceptions.hpp>
+#include <QVRoot/Threading/ArrivalImpl.hpp>
+#include <QVRoot/Threading/Lock.hpp>
+#include <QVRoot/Threading/ReentrantLock.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
+
+#include <typeinfo>
 
 namespace QV::Impl {
 
-bool HandOverLock::TakeBySpinning(UInt32 me) noexcept
+HandOverLock* HandOverLock::Find(Lockable& lockable) noexcept
 {
-    // Only as long as nobody is queued: this thread has not arrived yet, so it may not overtake.
-    for (UInt32 spins = polling_.GetLimit(); spins != 0; --spins) {
-        const UInt64 word = word_.load(std::memory_order_relaxed);
-        if (word == Free && TryTake(me)) {
-            polling_.Note(true);
+    if (typeid(lockable) == typeid(Lock)) {
+        return &Get(static_cast<Lock&>(lockable));
+    }
+    if (typeid(lockable) == typeid(ReentrantLock)) {
+        return &Get(static_cast<ReentrantLock&>(lockable));
+    }
+    return nullptr;
+}
+
+HandOverLock& HandOverLock::Get(Lock& lock) noexcept
+{
+    return *lock.impl_;
+}
+
+HandOverLock& HandOverLock::Get(ReentrantLock& lock) noexcept
+{
+    return *lock.impl_;
+}
+
+bool HandOverLock::TakeIfFree(UInt32 me) noexcept
+{
+    UInt64 word = word_.load(std::memory_order_relaxed);
+    while (!MustWait(word)) {
+        if (word_.compare_exchange_weak(word, word | me, std::memory_order_acquire)) {
             return true;
         }
-        if ((word & Queued) != 0) {
-            return false;
-        }
-        PauseProcessor();
     }
-    polling_.Note(false);
     return false;
+}
+
+bool HandOverLock::TakeBeforeArrival(UInt32 me) noexcept
+{
+    return Impl::TakeBeforeArrival(
+        polling_, [this, me] { return TakeIfFree(me); },
+        [this] { return (word_.load(std::memory_order_relaxed) & Queued) != 0; });
 }
 
 /// Under the `FastLock`. Answers true when the lock became free in the meantime and was taken.
@@ -28,8 +54,8 @@ bool HandOverLock::TakeOrMarkQueued(UInt32 me) noexcept
 {
     UInt64 word = word_.load(std::memory_order_relaxed);
     for (;;) {
-        if (word == Free) {
-            if (word_.compare_exchange_weak(word, me, std::memory_order_acquire)) {
+        if (!MustWait(word)) {
+            if (word_.compare_exchange_weak(word, word | me, std::memory_order_acquire)) {
                 return true;
             }
         } else if ((word & Queued) != 0 ||
@@ -39,9 +65,19 @@ bool HandOverLock::TakeOrMarkQueued(UInt32 me) noexcept
     }
 }
 
-MonitorState::Result HandOverLock::Take(UInt32 me, UInt32 milliseconds, bool interruptible)
+/// Under the `FastLock`, after a removal.
+void HandOverLock::ForgetQueueIfEmpty() noexcept
 {
-    if (TakeBySpinning(me)) {
+    if (waiters_.IsEmpty()) {
+        word_.fetch_and(~UInt64{Queued}, std::memory_order_relaxed);
+    }
+}
+
+/// `WasNotified` says that the caller is the owner now.
+MonitorState::Result HandOverLock::Take(UInt32 milliseconds, bool interruptible)
+{
+    const UInt32 me = GetCurrentId();
+    if (TakeIfFree(me) || TakeBeforeArrival(me)) {
         return MonitorState::WasNotified;
     }
     // May allocate, which the `FastLock` must not see.
@@ -51,18 +87,64 @@ MonitorState::Result HandOverLock::Take(UInt32 me, UInt32 milliseconds, bool int
         lock_.Leave();
         return MonitorState::WasNotified;
     }
-    return waiters_.Wait(lock_, waiter, milliseconds, interruptible, [this] {
-        if (waiters_.IsEmpty()) {
-            word_.fetch_and(~UInt64{Queued}, std::memory_order_relaxed);
-        }
-    });
+    return waiters_.Wait(lock_, waiter, milliseconds, interruptible, [this] { ForgetQueueIfEmpty(); });
 }
 
-void HandOverLock::GiveContended(UInt32 me)
+void HandOverLock::Acquire(bool interruptible, const LockFailures& failures)
+{
+    switch (Take(Timeout::Infinite, interruptible)) {
+    case MonitorState::WasNotified:
+        return;
+    case MonitorState::WasInterrupted:
+        throw InterruptedException(failures.interruptedAcquiring, failures.file, failures.line);
+    default:
+        throw SynchronizationException(failures.failedAcquiring, failures.file, failures.line);
+    }
+}
+
+bool HandOverLock::TryAcquire(UInt32 milliseconds, bool interruptible, const LockFailures& failures)
+{
+    if (milliseconds == 0) {
+        return TakeIfFree(GetCurrentId());
+    }
+    switch (Take(milliseconds, interruptible)) {
+    case MonitorState::WasNotified:
+        return true;
+    case MonitorState::HasTimedOut:
+        return false;
+    case MonitorState::WasInterrupted:
+        throw InterruptedException(failures.interruptedTrying, failures.file, failures.line);
+    default:
+        throw SynchronizationException(failures.failedTrying, failures.file, failures.line);
+    }
+}
+
+void HandOverLock::Release(const LockFailures& failures)
+{
+    if (!IsOwnedBy(GetCurrentId())) {
+        throw SynchronizationException("Attempting to release an unowned lock.", failures.file,
+                                       failures.line);
+    }
+    if (GetNesting() != 0) {
+        SetNesting(GetNesting() - 1);
+    } else {
+        Notification notification;
+        Give(notification);
+        notification.Complete();
+    }
+}
+
+void HandOverLock::Give(Notification& notification)
 {
     // Waiters that are being interrupted refuse the lock until they have left the queue.
-    for (UInt32 round = 0; !HandOver(); ++round) {
-        if (TryFree(me)) {
+    for (UInt32 round = 0;; ++round) {
+        UInt64 word = word_.load(std::memory_order_relaxed);
+        while ((word & Queued) == 0) {
+            if (word_.compare_exchange_weak(word, word & ~UInt64{OwnerMask}, std::memory_order_release)) {
+                return;
+            }
+        }
+        if (HandOver(notification)) {
             return;
         }
         YieldWhileSpinning(round);
@@ -70,19 +152,73 @@ void HandOverLock::GiveContended(UInt32 me)
 }
 
 /// Answers false when the lock still belongs to the caller.
-bool HandOverLock::HandOver()
+bool HandOverLock::HandOver(Notification& notification)
 {
-    Notification notification;
-    lock_.Enter();
+    const FastLockGuard guard(lock_);
     const Waiter* const next = waiters_.NotifyOne(notification, WaiterQueue::Refusing::Stays);
     if (next != nullptr) {
-        // The new owner reads its id only after its monitor is unlocked, below.
-        word_.store(next->threadId | (waiters_.IsEmpty() ? UInt64{0} : UInt64{Queued}),
+        // With an owner and a queue, nobody else changes the word. The new owner reads its id only after its
+        // monitor is unlocked by the notification.
+        const UInt64 others = word_.load(std::memory_order_relaxed) & ~(OwnerMask | Queued);
+        word_.store(others | next->threadId | (waiters_.IsEmpty() ? UInt64{0} : UInt64{Queued}),
                     std::memory_order_release);
     }
-    lock_.Leave();
-    notification.Complete();
     return next != nullptr;
+}
+
+bool HandOverLock::Receive(Waiter& waiter)
+{
+    const FastLockGuard guard(lock_);
+    UInt64 word = word_.load(std::memory_order_relaxed);
+    do {
+        const UInt32 owner = static_cast<UInt32>(word);
+        if (owner == 0 || owner == waiter.threadId) {
+            return false;
+        }
+    } while ((word & Queued) == 0 &&
+             !word_.compare_exchange_weak(word, word | Queued, std::memory_order_relaxed));
+    waiters_.Append(waiter);
+    waiter.isHeir = true;
+    // A releaser that comes after this one leaves the `FastLock` must not find the monitor busy.
+    waiter.monitor.Unlock();
+    return true;
+}
+
+bool HandOverLock::TryEnterReader() noexcept
+{
+    UInt64 word = word_.load(std::memory_order_relaxed);
+    while (!MustWait(word)) {
+        if (word_.compare_exchange_weak(word, word + OneReader, std::memory_order_acquire)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool HandOverLock::TryLeaveReader() noexcept
+{
+    UInt64 word = word_.load(std::memory_order_relaxed);
+    while (!MustWait(word) && CountReaders(word) > ((word & WriterWaits) != 0 ? 1 : 0)) {
+        if (word_.compare_exchange_weak(word, word - OneReader, std::memory_order_release)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Int32 HandOverLock::AddReaders(Int32 count) noexcept
+{
+    const UInt64 change = OneReader * static_cast<UInt64>(static_cast<Int64>(count));
+    return CountReaders(word_.fetch_add(change, std::memory_order_acq_rel) + change);
+}
+
+void HandOverLock::SetWriterWaits(bool waits) noexcept
+{
+    if (waits) {
+        word_.fetch_or(WriterWaits, std::memory_order_relaxed);
+    } else {
+        word_.fetch_and(~UInt64{WriterWaits}, std::memory_order_relaxed);
+    }
 }
 
 } // namespace QV::Impl

@@ -1,18 +1,40 @@
-/// What `Lock` and `ReentrantLock` have in common: an owner, a queue, and the hand-over from one to the next.
+/// What `Lock`, `ReentrantLock` and the read-write locks have in common: an owner, a queue, and the hand-over
+/// from one to the next.
 ///
-/// One word holds the owner's id, and a flag as long as threads are queued. Without the flag the word changes
-/// by compare-and-swap; with it, only under the `FastLock`. A release with waiters makes the next owner
-/// itself, so there is no moment in which the lock is free and waited for, and a woken thread has nothing
-/// left to do.
+/// One word holds the owner's id, a flag as long as threads are queued, and for the read-write locks the
+/// number of readers. Without the flag the word changes by compare-and-swap; with it, only under the
+/// `FastLock`. A release with waiters makes the next owner itself, so there is no moment in which the lock is
+/// free and waited for, and a woken thread has nothing left to do.
 #pragma once
 
 #include <QVRoot/Threading/WaiterQueueImpl.hpp>
 
+namespace QV {
+class Lock;
+class Lockable;
+class ReentrantLock;
+} // namespace QV
+
 namespace QV::Impl {
+
+/// What a class of locks says when it fails, and the place that it names.
+struct LockFailures {
+    const char* file;
+    UInt32 line;
+    const char* interruptedAcquiring;
+    const char* failedAcquiring;
+    const char* interruptedTrying;
+    const char* failedTrying;
+};
 
 class HandOverLock {
 public:
     constexpr HandOverLock() noexcept = default;
+
+    /// That of a lock, or null if it is of another kind.
+    static HandOverLock* Find(Lockable& lockable) noexcept;
+    static HandOverLock& Get(Lock& lock) noexcept;
+    static HandOverLock& Get(ReentrantLock& lock) noexcept;
 
     bool IsOwnedBy(UInt32 me) const noexcept
     {
@@ -20,40 +42,72 @@ public:
         return static_cast<UInt32>(word_.load(std::memory_order_relaxed)) == me;
     }
 
-    /// Takes the lock when it is free.
-    bool TryTake(UInt32 me) noexcept
+    /// The plain case of acquiring and releasing; they fail when anything is out of the ordinary.
+    bool TryTake() noexcept
     {
+        const UInt32 me = GetCurrentIdIfKnown();
         UInt64 expected = Free;
-        return word_.compare_exchange_strong(expected, me, std::memory_order_acquire);
+        return me != 0 && word_.compare_exchange_strong(expected, me, std::memory_order_acquire);
     }
-
-    /// For a thread that is not the owner: waits until it is. `WasNotified` says so.
-    MonitorState::Result Take(UInt32 me, UInt32 milliseconds, bool interruptible);
-
-    /// For the owner.
-    void Give(UInt32 me)
+    bool TryFree() noexcept
     {
-        if (!TryFree(me)) {
-            GiveContended(me);
-        }
+        UInt64 expected = GetCurrentIdIfKnown();
+        return expected != 0 && word_.compare_exchange_strong(expected, Free, std::memory_order_release);
     }
+
+    /// How often the owner has acquired the lock once more. Only the owner changes it.
+    UInt32 GetNesting() const noexcept { return nesting_.load(std::memory_order_relaxed); }
+    void SetNesting(UInt32 levels) noexcept { nesting_.store(levels, std::memory_order_relaxed); }
+
+    /// Everything else, for a thread that is not the owner.
+    void Acquire(bool interruptible, const LockFailures& failures);
+    bool TryAcquire(UInt32 milliseconds, bool interruptible, const LockFailures& failures);
+    /// Gives up one level, or the lock. Throws when the caller does not own it.
+    void Release(const LockFailures& failures);
+    /// For the owner: gives up the lock. The next one goes on when the notification is completed.
+    void Give(Notification& notification);
+
+    /// Counts a reader in or out without taking the lock. They fail while the lock is owned or waited for,
+    /// and when the last reader leaves and a writer has to hear of it.
+    bool TryEnterReader() noexcept;
+    bool TryLeaveReader() noexcept;
+
+    /// For the owner. `AddReaders` returns the number that there are now.
+    Int32 GetReaders() const noexcept { return CountReaders(word_.load(std::memory_order_acquire)); }
+    Int32 AddReaders(Int32 count) noexcept;
+    /// Whether the last reader must take the lock to leave.
+    void SetWriterWaits(bool waits) noexcept;
+
+    /// Queues a thread whose wait for a condition was notified, as if it came to acquire the lock: it wakes
+    /// up as the owner. The caller holds its monitor, which is left. False when there is no owner to wait
+    /// for.
+    bool Receive(Waiter& waiter);
 
 private:
-    /// The low half is the owner's id.
-    enum : UInt64 { Free = 0, Queued = UInt64{1} << 32 };
+    /// The low half is the owner's id, the highest 30 bits are the number of readers.
+    enum : UInt64 {
+        Free = 0,
+        OwnerMask = 0xFFFFFFFF,
+        Queued = UInt64{1} << 32,
+        WriterWaits = UInt64{1} << 33,
+        OneReader = UInt64{1} << 34
+    };
 
-    bool TryFree(UInt32 me) noexcept
+    static bool MustWait(UInt64 word) noexcept { return (word & (OwnerMask | Queued)) != 0; }
+    static Int32 CountReaders(UInt64 word) noexcept
     {
-        UInt64 expected = me;
-        return word_.compare_exchange_strong(expected, Free, std::memory_order_release);
+        return static_cast<Int32>(static_cast<Int64>(word) >> 34);
     }
 
-    bool TakeBySpinning(UInt32 me) noexcept;
+    bool TakeIfFree(UInt32 me) noexcept;
+    bool TakeBeforeArrival(UInt32 me) noexcept;
     bool TakeOrMarkQueued(UInt32 me) noexcept;
-    void GiveContended(UInt32 me);
-    bool HandOver();
+    MonitorState::Result Take(UInt32 milliseconds, bool interruptible);
+    bool HandOver(Notification& notification);
+    void ForgetQueueIfEmpty() noexcept;
 
     std::atomic<UInt64> word_ = Free;
+    std::atomic<UInt32> nesting_ = 0;
     Polling polling_;
     FastLock lock_;
     WaiterQueue waiters_;

@@ -38,6 +38,8 @@ public:
     void Release() override;
 
 private:
+    friend class Impl::HandOverLock;
+
     Impl::HandOverLock* impl_;
 };
 

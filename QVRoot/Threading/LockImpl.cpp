@@ -7,14 +7,20 @@
 
 namespace QV {
 
-using Impl::GetCurrentId;
-using Impl::MonitorState;
-
 namespace {
 
-void RefuseOwner(const Impl::HandOverLock& lock, UInt32 me)
+constexpr Impl::LockFailures failures = {
+    QV_SOURCE_FILE,
+    __LINE__,
+    "Thread interrupted while acquiring lock.",
+    "Internal error occurred while acquiring lock.",
+    "Thread interrupted while trying to acquire lock.",
+    "Internal error occurred while trying to acquire lock.",
+};
+
+void RefuseOwner(const Impl::HandOverLock& lock)
 {
-    if (lock.IsOwnedBy(me)) {
+    if (lock.IsOwnedBy(Impl::GetCurrentId())) {
         QV_THROW(DeadlockException, "Deadlock occurred: trying to reacquire a non-reentrant lock.");
     }
 }
@@ -30,42 +36,20 @@ Lock::~Lock()
 
 void Lock::Acquire(bool interruptible)
 {
-    const UInt32 me = GetCurrentId();
-    if (impl_->TryTake(me)) [[likely]] {
-        return;
-    }
-    RefuseOwner(*impl_, me);
-    switch (impl_->Take(me, Timeout::Infinite, interruptible)) {
-    case MonitorState::WasNotified:
-        return;
-    case MonitorState::WasInterrupted:
-        QV_THROW(InterruptedException, "Thread interrupted while acquiring lock.");
-    default:
-        QV_THROW(SynchronizationException, "Internal error occurred while acquiring lock.");
+    if (!impl_->TryTake()) [[unlikely]] {
+        RefuseOwner(*impl_);
+        impl_->Acquire(interruptible, failures);
     }
 }
 
 bool Lock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
 {
     const Impl::RemainingTime time(timeoutMs, remaining);
-    const UInt32 me = GetCurrentId();
-    if (impl_->TryTake(me)) [[likely]] {
+    if (impl_->TryTake()) [[likely]] {
         return true;
     }
-    RefuseOwner(*impl_, me);
-    if (timeoutMs == 0) {
-        return false;
-    }
-    switch (impl_->Take(me, timeoutMs, interruptible)) {
-    case MonitorState::WasNotified:
-        return true;
-    case MonitorState::HasTimedOut:
-        return false;
-    case MonitorState::WasInterrupted:
-        QV_THROW(InterruptedException, "Thread interrupted while trying to acquire lock.");
-    default:
-        QV_THROW(SynchronizationException, "Internal error occurred while trying to acquire lock.");
-    }
+    RefuseOwner(*impl_);
+    return impl_->TryAcquire(timeoutMs, interruptible, failures);
 }
 
 bool Lock::TryAcquire(const Timeout& timeout, bool interruptible, UInt32* remaining)
@@ -75,11 +59,9 @@ bool Lock::TryAcquire(const Timeout& timeout, bool interruptible, UInt32* remain
 
 void Lock::Release()
 {
-    const UInt32 me = GetCurrentId();
-    if (!impl_->IsOwnedBy(me)) [[unlikely]] {
-        QV_THROW(SynchronizationException, "Attempting to release an unowned lock.");
+    if (!impl_->TryFree()) [[unlikely]] {
+        impl_->Release(failures);
     }
-    impl_->Give(me);
 }
 
 } // namespace QV

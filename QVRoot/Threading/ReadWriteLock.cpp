@@ -1,156 +1,118 @@
 #include <QVRoot/Threading/ReadWriteLock.hpp>
 
+#include <QVRoot/Threading/HandOverLockImpl.hpp>
 #include <QVRoot/Threading/LockGuard.hpp>
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 
 namespace QV {
 
-namespace {
+namespace Impl {
 
-/// What both classes do, over the parts of one of them.
 template <class L>
-struct Parts {
-    L& lock;
-    Condition& noReaders;
-    Int32& readerCount;
+ReadWriteLockOver<L>::ReadWriteLockOver() : noReaders_(lock_), readLock_(*this), writeLock_(*this)
+{
+}
 
-    void AcquireRead(bool interruptible) const
-    {
-        const LockGuard guard(lock, interruptible);
-        ++readerCount;
+template <class L>
+ReadWriteLockOver<L>::~ReadWriteLockOver() = default;
+
+template <class L>
+void ReadWriteLockOver<L>::ReadLock::Acquire(bool interruptible)
+{
+    HandOverLock& inner = HandOverLock::Get(owner_->lock_);
+    if (inner.TryEnterReader()) [[likely]] {
+        return;
     }
+    const LockGuard guard(owner_->lock_, interruptible);
+    inner.AddReaders(1);
+}
 
-    bool TryAcquireRead(UInt32 timeoutMs, bool interruptible, UInt32* remaining) const
-    {
-        if (!lock.TryAcquire(timeoutMs, interruptible, remaining)) {
-            return false;
-        }
-        const LockGuard guard(lock, LockGuard::Adopt());
-        ++readerCount;
+template <class L>
+bool ReadWriteLockOver<L>::ReadLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
+{
+    const RemainingTime time(timeoutMs, remaining);
+    HandOverLock& inner = HandOverLock::Get(owner_->lock_);
+    if (inner.TryEnterReader()) [[likely]] {
         return true;
     }
-
-    void ReleaseRead() const
-    {
-        const LockGuard guard(lock);
-        if (--readerCount == 0) {
-            noReaders.NotifyAll();
-        }
+    if (!owner_->lock_.TryAcquire(timeoutMs, interruptible, nullptr)) {
+        return false;
     }
+    const LockGuard guard(owner_->lock_, LockGuard::Adopt());
+    inner.AddReaders(1);
+    return true;
+}
 
-    void AcquireWrite(bool interruptible) const
-    {
-        lock.Acquire(interruptible);
-        try {
-            while (readerCount >= 1) {
-                noReaders.Wait(interruptible);
-            }
-        } catch (...) {
-            lock.Release();
-            throw;
-        }
+template <class L>
+void ReadWriteLockOver<L>::ReadLock::Release()
+{
+    HandOverLock& inner = HandOverLock::Get(owner_->lock_);
+    if (inner.TryLeaveReader()) [[likely]] {
+        return;
     }
-
-    bool TryAcquireWrite(UInt32 timeoutMs, bool interruptible, UInt32* remaining) const
-    {
-        const Impl::RemainingTime time(timeoutMs, remaining);
-        UInt32 left = timeoutMs;
-        // The clock is needed only when there was something to wait for.
-        if (!lock.TryAcquire(UInt32{0}, interruptible, nullptr) &&
-            (timeoutMs == 0 || !lock.TryAcquire(timeoutMs, interruptible, &left))) {
-            return false;
-        }
-        bool acquired = false;
-        try {
-            if (readerCount >= 1) {
-                noReaders.Wait(left, interruptible, nullptr);
-            }
-            acquired = readerCount < 1;
-        } catch (...) {
-            lock.Release();
-            throw;
-        }
-        if (!acquired) {
-            lock.Release();
-        }
-        return acquired;
+    const LockGuard guard(owner_->lock_);
+    if (inner.AddReaders(-1) == 0) {
+        inner.SetWriterWaits(false);
+        owner_->noReaders_.NotifyAll();
     }
-};
+}
 
-} // namespace
+template <class L>
+void ReadWriteLockOver<L>::WriteLock::Acquire(bool interruptible)
+{
+    HandOverLock& inner = HandOverLock::Get(owner_->lock_);
+    owner_->lock_.Acquire(interruptible);
+    try {
+        while (inner.GetReaders() >= 1) {
+            inner.SetWriterWaits(true);
+            owner_->noReaders_.Wait(interruptible);
+        }
+    } catch (...) {
+        owner_->lock_.Release();
+        throw;
+    }
+}
 
-ReadWriteLock::ReadWriteLock() : noReaders_(lock_), readLock_(*this), writeLock_(*this) {}
+template <class L>
+bool ReadWriteLockOver<L>::WriteLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
+{
+    const RemainingTime time(timeoutMs, remaining);
+    HandOverLock& inner = HandOverLock::Get(owner_->lock_);
+    UInt32 left = timeoutMs;
+    // The clock is needed only when there was something to wait for.
+    if (!owner_->lock_.TryAcquire(UInt32{0}, interruptible, nullptr) &&
+        (timeoutMs == 0 || !owner_->lock_.TryAcquire(timeoutMs, interruptible, &left))) {
+        return false;
+    }
+    bool acquired = false;
+    try {
+        if (inner.GetReaders() >= 1) {
+            inner.SetWriterWaits(true);
+            owner_->noReaders_.Wait(left, interruptible, nullptr);
+        }
+        acquired = inner.GetReaders() < 1;
+    } catch (...) {
+        owner_->lock_.Release();
+        throw;
+    }
+    if (!acquired) {
+        owner_->lock_.Release();
+    }
+    return acquired;
+}
+
+template <class L>
+void ReadWriteLockOver<L>::WriteLock::Release()
+{
+    owner_->lock_.Release();
+}
+
+} // namespace Impl
+
+ReadWriteLock::ReadWriteLock() = default;
 ReadWriteLock::~ReadWriteLock() = default;
-ReadWriteLock::ReadLock::~ReadLock() = default;
-ReadWriteLock::WriteLock::~WriteLock() = default;
 
-void ReadWriteLock::ReadLock::Acquire(bool interruptible)
-{
-    Parts<Lock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.AcquireRead(interruptible);
-}
-
-bool ReadWriteLock::ReadLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
-{
-    return Parts<Lock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.TryAcquireRead(
-        timeoutMs, interruptible, remaining);
-}
-
-void ReadWriteLock::ReadLock::Release()
-{
-    Parts<Lock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.ReleaseRead();
-}
-
-void ReadWriteLock::WriteLock::Acquire(bool interruptible)
-{
-    Parts<Lock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.AcquireWrite(interruptible);
-}
-
-bool ReadWriteLock::WriteLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
-{
-    return Parts<Lock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.TryAcquireWrite(
-        timeoutMs, interruptible, remaining);
-}
-
-void ReadWriteLock::WriteLock::Release()
-{
-    owner_->lock_.Release();
-}
-
-ReentrantReadWriteLock::ReentrantReadWriteLock() : noReaders_(lock_), readLock_(*this), writeLock_(*this) {}
+ReentrantReadWriteLock::ReentrantReadWriteLock() = default;
 ReentrantReadWriteLock::~ReentrantReadWriteLock() = default;
-ReentrantReadWriteLock::ReadLock::~ReadLock() = default;
-ReentrantReadWriteLock::WriteLock::~WriteLock() = default;
-
-void ReentrantReadWriteLock::ReadLock::Acquire(bool interruptible)
-{
-    Parts<ReentrantLock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.AcquireRead(interruptible);
-}
-
-bool ReentrantReadWriteLock::ReadLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
-{
-    return Parts<ReentrantLock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.TryAcquireRead(
-        timeoutMs, interruptible, remaining);
-}
-
-void ReentrantReadWriteLock::ReadLock::Release()
-{
-    Parts<ReentrantLock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.ReleaseRead();
-}
-
-void ReentrantReadWriteLock::WriteLock::Acquire(bool interruptible)
-{
-    Parts<ReentrantLock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.AcquireWrite(interruptible);
-}
-
-bool ReentrantReadWriteLock::WriteLock::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
-{
-    return Parts<ReentrantLock>{owner_->lock_, owner_->noReaders_, owner_->readerCount_}.TryAcquireWrite(
-        timeoutMs, interruptible, remaining);
-}
-
-void ReentrantReadWriteLock::WriteLock::Release()
-{
-    owner_->lock_.Release();
-}
 
 } // namespace QV

@@ -3,7 +3,8 @@
 ///     const LockGuard guard(lock.GetReadLock());
 ///
 /// Readers are preferred: they still get in while a writer waits for other readers to leave, so a writer can
-/// starve. A writer holds the inner lock for as long as it writes; a reader only to come and go.
+/// starve. A writer holds the inner lock for as long as it writes; a reader only to come and go. When nobody
+/// is in its way, a reader comes with one compare-and-swap, and goes with another.
 ///
 /// Threads: any. Errors: those of the inner `Lock`; a writer that acquires again, or reads, gets a
 /// `DeadlockException`. Allocation: two blocks when it is made.
@@ -15,102 +16,73 @@
 
 namespace QV {
 
-class QV_EXPORT ReadWriteLock {
-public:
-    ReadWriteLock();
-    ReadWriteLock(const ReadWriteLock&) = delete;
-    ReadWriteLock& operator=(const ReadWriteLock&) = delete;
-    ~ReadWriteLock();
+namespace Impl {
 
+/// A read-write lock over a lock of class `L`, which also counts the readers.
+template <class L>
+class ReadWriteLockOver {
+public:
+    ReadWriteLockOver(const ReadWriteLockOver&) = delete;
+    ReadWriteLockOver& operator=(const ReadWriteLockOver&) = delete;
+
+    /// To be acquired for reading, by any number of threads at a time.
     Lockable& GetReadLock() noexcept { return readLock_; }
+    /// To be acquired for writing, by one thread while nobody reads.
     Lockable& GetWriteLock() noexcept { return writeLock_; }
 
+protected:
+    ReadWriteLockOver();
+    ~ReadWriteLockOver();
+
 private:
-    class QV_EXPORT ReadLock final : public Lockable {
+    class ReadLock final : public Lockable {
     public:
-        explicit ReadLock(ReadWriteLock& owner) noexcept : owner_(&owner) {}
-        ~ReadLock() override;
+        explicit ReadLock(ReadWriteLockOver& owner) noexcept : owner_(&owner) {}
 
         using Lockable::TryAcquire;
 
-        void Acquire(bool interruptible = false) override;
+        void Acquire(bool interruptible) override;
         bool TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining) override;
         void Release() override;
 
     private:
-        ReadWriteLock* owner_;
+        ReadWriteLockOver* owner_;
     };
 
-    class QV_EXPORT WriteLock final : public Lockable {
+    class WriteLock final : public Lockable {
     public:
-        explicit WriteLock(ReadWriteLock& owner) noexcept : owner_(&owner) {}
-        ~WriteLock() override;
+        explicit WriteLock(ReadWriteLockOver& owner) noexcept : owner_(&owner) {}
 
         using Lockable::TryAcquire;
 
-        void Acquire(bool interruptible = false) override;
+        void Acquire(bool interruptible) override;
         bool TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining) override;
         void Release() override;
 
     private:
-        ReadWriteLock* owner_;
+        ReadWriteLockOver* owner_;
     };
 
-    Lock lock_;
+    L lock_;
     Condition noReaders_;
-    Int32 readerCount_ = 0;
     ReadLock readLock_;
     WriteLock writeLock_;
 };
 
+} // namespace Impl
+
+class QV_EXPORT ReadWriteLock : public Impl::ReadWriteLockOver<Lock> {
+public:
+    ReadWriteLock();
+    ~ReadWriteLock();
+};
+
 /// The same over a `ReentrantLock`: a writer may acquire again, and read. A reader that wants to write as
 /// well waits for itself.
-class QV_EXPORT ReentrantReadWriteLock {
+class QV_EXPORT ReentrantReadWriteLock : public Impl::ReadWriteLockOver<ReentrantLock> {
 public:
     ReentrantReadWriteLock();
-    ReentrantReadWriteLock(const ReentrantReadWriteLock&) = delete;
-    ReentrantReadWriteLock& operator=(const ReentrantReadWriteLock&) = delete;
     ~ReentrantReadWriteLock();
-
-    Lockable& GetReadLock() noexcept { return readLock_; }
-    Lockable& GetWriteLock() noexcept { return writeLock_; }
-
-private:
-    class QV_EXPORT ReadLock final : public Lockable {
-    public:
-        explicit ReadLock(ReentrantReadWriteLock& owner) noexcept : owner_(&owner) {}
-        ~ReadLock() override;
-
-        using Lockable::TryAcquire;
-
-        void Acquire(bool interruptible = false) override;
-        bool TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining) override;
-        void Release() override;
-
-    private:
-        ReentrantReadWriteLock* owner_;
-    };
-
-    class QV_EXPORT WriteLock final : public Lockable {
-    public:
-        explicit WriteLock(ReentrantReadWriteLock& owner) noexcept : owner_(&owner) {}
-        ~WriteLock() override;
-
-        using Lockable::TryAcquire;
-
-        void Acquire(bool interruptible = false) override;
-        bool TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining) override;
-        void Release() override;
-
-    private:
-        ReentrantReadWriteLock* owner_;
-    };
-
-    ReentrantLock lock_;
-    Condition noReaders_;
-    Int32 readerCount_ = 0;
-    ReadLock readLock_;
-    WriteLock writeLock_;
 };
 
 } // namespace QV

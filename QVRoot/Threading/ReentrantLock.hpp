@@ -10,7 +10,7 @@
 namespace QV {
 
 namespace Impl {
-struct ReentrantLockImpl;
+class HandOverLock;
 }
 
 class QV_EXPORT ReentrantLock final : public Lockable {
@@ -24,7 +24,9 @@ public:
     void Release() override;
 
 private:
-    Impl::ReentrantLockImpl* impl_;
+    friend class Impl::HandOverLock;
+
+    Impl::HandOverLock* impl_;
 };
 
 } // namespace QV

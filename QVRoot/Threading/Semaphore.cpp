@@ -26,13 +26,15 @@ Semaphore::~Semaphore()
 
 void Semaphore::Acquire(bool interruptible)
 {
-    impl_->Acquire(interruptible);
+    if (!impl_->TryTake()) [[unlikely]] {
+        impl_->Acquire(interruptible);
+    }
 }
 
 bool Semaphore::TryAcquire(UInt32 timeoutMs, bool interruptible, UInt32* remaining)
 {
     const Impl::RemainingTime time(timeoutMs, remaining);
-    return impl_->TryAcquire(timeoutMs, interruptible);
+    return impl_->TryTake() || impl_->TryAcquire(timeoutMs, interruptible);
 }
 
 bool Semaphore::TryAcquire(const Timeout& timeout, bool interruptible, UInt32* remaining)
@@ -42,7 +44,9 @@ bool Semaphore::TryAcquire(const Timeout& timeout, bool interruptible, UInt32* r
 
 void Semaphore::Release()
 {
-    impl_->Release();
+    if (!impl_->TryPut()) [[unlikely]] {
+        impl_->Release();
+    }
 }
 
 } // namespace QV

@@ -1,37 +1,17 @@
 #include <QVRoot/Threading/SemaphoreImpl.hpp>
 
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
-#include <QVRoot/Threading/SpinLockImpl.hpp>
+#include <QVRoot/Threading/ArrivalImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 #include <QVRoot/Threading/Timeout.hpp>
 
 namespace QV::Impl {
 
-bool SemaphoreImpl::TryTake() noexcept
+bool SemaphoreImpl::TakeBeforeArrival() noexcept
 {
-    UInt64 word = word_.load(std::memory_order_relaxed);
-    while (word != 0 && word < Queued) {
-        if (word_.compare_exchange_weak(word, word - 1, std::memory_order_acquire)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool SemaphoreImpl::TakeBySpinning() noexcept
-{
-    for (UInt32 spins = polling_.GetLimit(); spins != 0; --spins) {
-        if (TryTake()) {
-            polling_.Note(true);
-            return true;
-        }
-        if (word_.load(std::memory_order_relaxed) >= Queued) {
-            return false;
-        }
-        PauseProcessor();
-    }
-    polling_.Note(false);
-    return false;
+    return Impl::TakeBeforeArrival(
+        polling_, [this] { return TryTake(); },
+        [this] { return word_.load(std::memory_order_relaxed) >= Queued; });
 }
 
 /// Under the `FastLock`. Answers true when there was a permit to take after all.
@@ -51,7 +31,7 @@ bool SemaphoreImpl::TakeOrMarkQueued() noexcept
 
 MonitorState::Result SemaphoreImpl::Take(UInt32 milliseconds, bool interruptible)
 {
-    if (TakeBySpinning()) {
+    if (TakeBeforeArrival()) {
         return MonitorState::WasNotified;
     }
     // May allocate, which the `FastLock` must not see.
@@ -70,9 +50,6 @@ MonitorState::Result SemaphoreImpl::Take(UInt32 milliseconds, bool interruptible
 
 void SemaphoreImpl::Acquire(bool interruptible)
 {
-    if (TryTake()) [[likely]] {
-        return;
-    }
     switch (Take(Timeout::Infinite, interruptible)) {
     case MonitorState::WasNotified:
         return;
@@ -85,9 +62,6 @@ void SemaphoreImpl::Acquire(bool interruptible)
 
 bool SemaphoreImpl::TryAcquire(UInt32 timeoutMs, bool interruptible)
 {
-    if (TryTake()) [[likely]] {
-        return true;
-    }
     if (timeoutMs == 0) {
         return false;
     }
@@ -103,26 +77,14 @@ bool SemaphoreImpl::TryAcquire(UInt32 timeoutMs, bool interruptible)
     }
 }
 
-/// Adds a permit to the count. Answers false when threads are queued.
-bool SemaphoreImpl::TryPut()
-{
-    UInt64 word = word_.load(std::memory_order_relaxed);
-    do {
-        if (word >= Queued) {
-            return false;
-        }
-        if (word == maximum_) {
-            QV_THROW(SynchronizationException,
-                     "Failed to release semaphore: the maximum count of the semaphore exceeded.");
-        }
-    } while (!word_.compare_exchange_weak(word, word + 1, std::memory_order_release));
-    return true;
-}
-
 void SemaphoreImpl::Release()
 {
     // Waiters that are being interrupted refuse the permit until they have left the queue.
     for (UInt32 round = 0; !TryPut(); ++round) {
+        if (word_.load(std::memory_order_relaxed) == maximum_) {
+            QV_THROW(SynchronizationException,
+                     "Failed to release semaphore: the maximum count of the semaphore exceeded.");
+        }
         if (HandOver()) {
             return;
         }

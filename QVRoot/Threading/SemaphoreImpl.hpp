@@ -16,6 +16,30 @@ public:
     {
     }
 
+    /// Takes a permit that is there for everybody.
+    bool TryTake() noexcept
+    {
+        UInt64 word = word_.load(std::memory_order_relaxed);
+        while (word != 0 && word < Queued) {
+            if (word_.compare_exchange_weak(word, word - 1, std::memory_order_acquire)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    /// Adds a permit to the count. Fails when threads are queued, or the count is at its maximum.
+    bool TryPut() noexcept
+    {
+        UInt64 word = word_.load(std::memory_order_relaxed);
+        while (word < maximum_) {
+            if (word_.compare_exchange_weak(word, word + 1, std::memory_order_release)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// The rest.
     void Acquire(bool interruptible);
     bool TryAcquire(UInt32 timeoutMs, bool interruptible);
     void Release();
@@ -24,15 +48,13 @@ private:
     /// The low half is the count.
     enum : UInt64 { Queued = UInt64{1} << 32 };
 
-    bool TryTake() noexcept;
-    bool TakeBySpinning() noexcept;
+    bool TakeBeforeArrival() noexcept;
     bool TakeOrMarkQueued() noexcept;
     MonitorState::Result Take(UInt32 milliseconds, bool interruptible);
-    bool TryPut();
     bool HandOver();
 
     std::atomic<UInt64> word_;
-    UInt32 maximum_;
+    UInt64 maximum_;
     Polling polling_;
     FastLock lock_;
     WaiterQueue waiters_;

@@ -1,5 +1,7 @@
 #include <QVRoot/Threading/ThreadMonitorImpl.hpp>
 
+#include <QVRoot/Threading/SpinLockImpl.hpp>
+
 namespace QV::Impl {
 
 bool WakeUp::Run() const noexcept
@@ -73,9 +75,19 @@ bool ThreadMonitorImpl::BeginWait(bool interruptible)
 ThreadMonitorImpl::Result ThreadMonitorImpl::FinishWait(UInt32 milliseconds)
 {
     bool failed = false;
-    const bool over = PollUntilOver() || SleepUntilOver(milliseconds, failed);
-    Result result = Result::HasTimedOut;
-    Advance([&](UInt32& state) { result = MonitorState::EndWait(state, !over); });
+    bool over = PollUntilOver() || SleepUntilOver(milliseconds, failed);
+    Result result = Result::GoesOn;
+    for (UInt32 round = 0;; ++round) {
+        Advance([&](UInt32& state) { result = MonitorState::EndWait(state, !over); });
+        if (result != Result::GoesOn) {
+            break;
+        }
+        // What was promised comes, even if the system does not let the thread sleep.
+        over = SleepUntilOver(0xFFFFFFFF, failed);
+        if (!over) {
+            YieldWhileSpinning(round);
+        }
+    }
     Lock();
     if (failed && result == Result::HasTimedOut) {
         ThrowMonitorFailure("Failed to wait for thread monitor: internal error.");
@@ -117,12 +129,25 @@ bool ThreadMonitorImpl::SleepUntilOver(UInt32 milliseconds, bool& failed) noexce
     }
 }
 
-bool ThreadMonitorImpl::Notify(WakeUp& wakeUp)
+void ThreadMonitorImpl::CheckNotifier() const
 {
     if (!IsOwnedByCaller()) {
         ThrowMonitorNotOwned("Failed to notify thread monitor: the caller thread the is not the owner of the "
                              "thread monitor.");
     }
+}
+
+bool ThreadMonitorImpl::Promise()
+{
+    CheckNotifier();
+    bool taken = false;
+    Advance([&](UInt32& state) { taken = MonitorState::Promise(state); });
+    return taken;
+}
+
+bool ThreadMonitorImpl::Notify(WakeUp& wakeUp)
+{
+    CheckNotifier();
     bool taken = false;
     UInt32 after = 0;
     const UInt32 before = Advance([&](UInt32& state) {

@@ -24,10 +24,11 @@ struct MonitorState {
         Canceled = 8,            ///< the thread was canceled, for good
         InterruptsDisabled = 16, ///< the wait leaves interrupts pending
         Asleep = 32,             ///< the thread sleeps, or is about to: a change needs a wake-up
+        Promised = 64,           ///< the notification is certain, but is to come later
     };
 
-    /// How a wait ended.
-    enum Result : UInt32 { WasNotified = 1, WasInterrupted = 2, HasTimedOut = 3 };
+    /// How a wait ended; or that it may not end yet.
+    enum Result : UInt32 { GoesOn = 0, WasNotified = 1, WasInterrupted = 2, HasTimedOut = 3 };
 
     static bool HasInterrupt(UInt32 state) noexcept
     {
@@ -39,7 +40,7 @@ struct MonitorState {
     /// Answers false when a pending interrupt is taken instead of waiting.
     static bool BeginWait(UInt32& state, bool interruptible) noexcept
     {
-        state &= ~UInt32{Notified | InterruptsDisabled | Asleep};
+        state &= ~UInt32{Notified | InterruptsDisabled | Asleep | Promised};
         if (interruptible && (state & Interrupted) != 0) {
             state &= ~UInt32{Interrupted};
             return false;
@@ -48,17 +49,20 @@ struct MonitorState {
         return true;
     }
 
-    /// A notification wins over everything; a time-out leaves an interrupt that came too late pending.
+    /// A notification wins over everything, and a promised one is waited for; a time-out leaves an interrupt
+    /// that came too late pending.
     static Result EndWait(UInt32& state, bool timedOut) noexcept
     {
         Result result = HasTimedOut;
         if ((state & Notified) != 0) {
             result = WasNotified;
+        } else if ((state & Promised) != 0) {
+            return GoesOn;
         } else if (!timedOut) {
             result = WasInterrupted;
             state &= ~UInt32{Interrupted};
         }
-        state &= ~UInt32{Waiting | Notified | InterruptsDisabled | Asleep};
+        state &= ~UInt32{Waiting | Notified | InterruptsDisabled | Asleep | Promised};
         return result;
     }
 
@@ -69,6 +73,16 @@ struct MonitorState {
             return false;
         }
         state |= Notified;
+        return true;
+    }
+
+    /// Like `Notify`, but the thread goes on waiting, without a limit or interrupts, until it is notified.
+    static bool Promise(UInt32& state) noexcept
+    {
+        if (HasInterrupt(state) || (state & Waiting) == 0) {
+            return false;
+        }
+        state |= Promised | InterruptsDisabled;
         return true;
     }
 
@@ -142,12 +156,17 @@ public:
     /// A notification whose wake-up is left to the caller.
     bool Notify(WakeUp& wakeUp);
 
+    /// Takes the thread's wait for a notification that another primitive is to give. Needs the lock. False as
+    /// for `Notify`.
+    bool Promise();
+
 private:
     /// Replaces the state by its successor and returns what was there.
     template <class Step>
     UInt32 Advance(Step step) noexcept;
 
     bool IsOwnedByCaller() const noexcept;
+    void CheckNotifier() const;
     bool SleepUntilOver(UInt32 milliseconds, bool& failed) noexcept;
     bool PollUntilOver() noexcept;
     void TellInterruptible() noexcept;

@@ -1,5 +1,6 @@
 #include <QVRoot/Threading/WaiterQueueImpl.hpp>
 
+#include <QVRoot/Threading/HandOverLockImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
 namespace QV::Impl {
@@ -68,6 +69,37 @@ Waiter* WaiterQueue::NotifyOne(Notification& notification, Refusing refusing)
 void WaiterQueue::NotifyAll(Notification& notification)
 {
     while (NotifyOne(notification, Refusing::IsRemoved) != nullptr) {
+    }
+}
+
+bool WaiterQueue::PassOne(Notification& notification, HandOverLock* lock)
+{
+    if (lock == nullptr) {
+        return NotifyOne(notification, Refusing::IsRemoved) != nullptr;
+    }
+    Waiter* next;
+    for (Waiter* waiter = first_; waiter != nullptr; waiter = next) {
+        next = waiter->next;
+        if (!waiter->monitor.TryLock()) {
+            continue;
+        }
+        Remove(*waiter);
+        if (!waiter->monitor.Promise()) {
+            waiter->monitor.Unlock();
+            continue;
+        }
+        if (!lock->Receive(*waiter)) {
+            waiter->monitor.Notify(waiter->wakeUp);
+            notification.Add(*waiter);
+        }
+        return true;
+    }
+    return false;
+}
+
+void WaiterQueue::PassAll(Notification& notification, HandOverLock* lock)
+{
+    while (PassOne(notification, lock)) {
     }
 }
 

@@ -9,6 +9,7 @@
 
 namespace QV::Impl {
 
+class HandOverLock;
 class ThreadImpl;
 
 struct Waiter {
@@ -17,6 +18,7 @@ struct Waiter {
     ThreadMonitorImpl& monitor;
     UInt32 threadId;
     bool isQueued = false;
+    bool isHeir = false; ///< becomes the owner of the lock that received it
     Waiter* previous = nullptr;
     Waiter* next = nullptr; ///< also links the waiters of a `Notification`
     WakeUp wakeUp;
@@ -53,12 +55,18 @@ public:
     /// Notifies and removes all.
     void NotifyAll(Notification& notification);
 
+    /// The same for a condition: those who refuse are removed as well, and the lock that the others need next
+    /// receives them, if there is one and it is not free. Then they sleep on until it is theirs.
+    bool PassOne(Notification& notification, HandOverLock* lock);
+    void PassAll(Notification& notification, HandOverLock* lock);
+
     /// Queues the calling thread's entry and waits. `lock` is the primitive's, held on entry and left before
     /// the wait. The result is `WasNotified` exactly when a notification has removed the entry; otherwise it
-    /// has been removed here, followed by `afterRemoval`, under the lock. So it is when the wait throws.
+    /// has been removed here, followed by `afterRemoval`, under the lock. So it is when the wait throws. When
+    /// the lock has been left, and before the thread sleeps, `first` is completed.
     template <class AfterRemoval>
     MonitorState::Result Wait(FastLock& lock, Waiter& waiter, UInt32 milliseconds, bool interruptible,
-                              AfterRemoval afterRemoval);
+                              AfterRemoval afterRemoval, Notification* first = nullptr);
 
 private:
     Waiter* first_ = nullptr;
@@ -67,7 +75,7 @@ private:
 
 template <class AfterRemoval>
 MonitorState::Result WaiterQueue::Wait(FastLock& lock, Waiter& waiter, UInt32 milliseconds,
-                                       bool interruptible, AfterRemoval afterRemoval)
+                                       bool interruptible, AfterRemoval afterRemoval, Notification* first)
 {
     const auto withdraw = [&] {
         if (waiter.isQueued) {
@@ -76,14 +84,21 @@ MonitorState::Result WaiterQueue::Wait(FastLock& lock, Waiter& waiter, UInt32 mi
         }
         lock.Leave();
     };
+    const auto completeFirst = [&] {
+        if (first != nullptr) {
+            first->Complete();
+        }
+    };
     Append(waiter);
     waiter.monitor.Lock();
     if (!waiter.monitor.BeginWait(interruptible)) {
         waiter.monitor.Unlock();
         withdraw();
+        completeFirst();
         return MonitorState::WasInterrupted;
     }
     lock.Leave();
+    completeFirst();
     try {
         const MonitorState::Result result = waiter.monitor.FinishWait(milliseconds);
         waiter.monitor.Unlock();

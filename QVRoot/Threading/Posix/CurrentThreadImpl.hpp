@@ -27,6 +27,12 @@ inline UInt32 GetCurrentId() noexcept
     return FetchCurrentThreadId();
 }
 
+/// The same without asking: 0 when the thread's first call has not come yet.
+inline UInt32 GetCurrentIdIfKnown() noexcept
+{
+    return currentThread.id;
+}
+
 /// The calling thread's object; null when it has none yet.
 inline ThreadImpl* GetCurrentThreadImpl() noexcept
 {

@@ -16,6 +16,12 @@ inline UInt32 GetCurrentId() noexcept
     return id;
 }
 
+/// The same without asking the system, where that is needed: 0 then.
+inline UInt32 GetCurrentIdIfKnown() noexcept
+{
+    return GetCurrentId();
+}
+
 /// The calling thread's object; null when it has none yet.
 ThreadImpl* GetCurrentThreadImpl() noexcept;
 void SetCurrentThreadImpl(ThreadImpl* thread) noexcept;
