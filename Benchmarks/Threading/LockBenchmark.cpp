@@ -1,6 +1,7 @@
 // Locks, conditions, semaphores and threads against those of the standard library. `Contended` has the named
 // number of threads go round a short section; its time is for one acquisition by any of them. The standard
 // mutex lets newcomers barge; ours are handed on in the order of arrival.
+#include <QVRoot/Threading/Barrier.hpp>
 #include <QVRoot/Threading/Condition.hpp>
 #include <QVRoot/Threading/Lock.hpp>
 #include <QVRoot/Threading/LockGuard.hpp>
@@ -13,11 +14,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <barrier>
 #include <condition_variable>
 #include <mutex>
+#include <pthread.h>
 #include <semaphore>
 #include <shared_mutex>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -146,6 +150,119 @@ void Contended(benchmark::State& state)
         ->Threads(threads)
 QV_BENCHMARK_CONTENDED(2);
 QV_BENCHMARK_CONTENDED(4);
+
+// Sections of about 10 µs with as much between them.
+void WorkLong()
+{
+    for (int i = 0; i < 20000; ++i) {
+        benchmark::DoNotOptimize(i);
+    }
+}
+
+template <class L>
+void ContendedLong(benchmark::State& state)
+{
+    static L lock;
+    for (auto _ : state) {
+        lock.Acquire();
+        WorkLong();
+        lock.Release();
+        WorkLong();
+    }
+}
+BENCHMARK(ContendedLong<Ours<Lock>>)->Name("ContendedLong2/QVLock")->Threads(2)->UseRealTime();
+BENCHMARK(ContendedLong<Standard<std::mutex>>)->Name("ContendedLong2/std::mutex")->Threads(2)->UseRealTime();
+
+// Of a hundred visits, five write.
+template <class Reader, class Writer, class L>
+void ReadMostly(benchmark::State& state, L& lock, Reader read, Writer write)
+{
+    static UInt64 shared = 0;
+    UInt64 seen = 0;
+    int i = state.thread_index() * 5;
+    for (auto _ : state) {
+        if (++i % 20 == 0) {
+            write(lock, [] { benchmark::DoNotOptimize(++shared); });
+        } else {
+            read(lock, [&] { benchmark::DoNotOptimize(seen += shared); });
+        }
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+void ReadMostlyQV(benchmark::State& state)
+{
+    static ReadWriteLock lock;
+    const auto guarded = [](Lockable& view, auto work) {
+        const LockGuard guard(view);
+        work();
+    };
+    ReadMostly(
+        state, lock, [&](ReadWriteLock& l, auto work) { guarded(l.GetReadLock(), work); },
+        [&](ReadWriteLock& l, auto work) { guarded(l.GetWriteLock(), work); });
+}
+BENCHMARK(ReadMostlyQV)->Name("ReadMostly4/QVReadWriteLock")->Threads(4)->UseRealTime();
+
+void ReadMostlyStd(benchmark::State& state)
+{
+    static std::shared_mutex lock;
+    ReadMostly(
+        state, lock,
+        [](std::shared_mutex& l, auto work) {
+            const std::shared_lock guard(l);
+            work();
+        },
+        [](std::shared_mutex& l, auto work) {
+            const std::unique_lock guard(l);
+            work();
+        });
+}
+BENCHMARK(ReadMostlyStd)->Name("ReadMostly4/std::shared_mutex")->Threads(4)->UseRealTime();
+
+// Rounds of a barrier.
+template <class B, class T, class Arrive>
+void Rounds(benchmark::State& state, B& barrier, int parties, Arrive arrive)
+{
+    std::vector<std::unique_ptr<T>> others;
+    for (int i = 1; i < parties; ++i) {
+        others.push_back(std::make_unique<T>([&] {
+            for (auto rounds = state.max_iterations; rounds != 0; --rounds) {
+                arrive(barrier);
+            }
+        }));
+    }
+    for (auto _ : state) {
+        arrive(barrier);
+    }
+}
+
+void BarrierRoundsQV(benchmark::State& state)
+{
+    const int parties = static_cast<int>(state.range(0));
+    Barrier barrier(static_cast<UInt32>(parties));
+    Rounds<Barrier, OurThread>(state, barrier, parties, [](Barrier& b) { b.Await(false); });
+}
+BENCHMARK(BarrierRoundsQV)->Name("BarrierRounds/QVBarrier")->Arg(2)->Arg(4)->UseRealTime();
+
+void BarrierRoundsStd(benchmark::State& state)
+{
+    const int parties = static_cast<int>(state.range(0));
+    std::barrier barrier(parties);
+    Rounds<std::barrier<>, StandardThread>(state, barrier, parties,
+                                           [](std::barrier<>& b) { b.arrive_and_wait(); });
+}
+BENCHMARK(BarrierRoundsStd)->Name("BarrierRounds/std::barrier")->Arg(2)->Arg(4)->UseRealTime();
+
+void BarrierRoundsPthread(benchmark::State& state)
+{
+    const int parties = static_cast<int>(state.range(0));
+    pthread_barrier_t barrier;
+    pthread_barrier_init(&barrier, nullptr, static_cast<unsigned>(parties));
+    Rounds<pthread_barrier_t, StandardThread>(state, barrier, parties,
+                                              [](pthread_barrier_t& b) { pthread_barrier_wait(&b); });
+    pthread_barrier_destroy(&barrier);
+}
+BENCHMARK(BarrierRoundsPthread)->Name("BarrierRounds/pthread")->Arg(2)->Arg(4)->UseRealTime();
 
 // The turn goes to the other thread and comes back, under one lock and two conditions.
 void ConditionPingPongQV(benchmark::State& state)
