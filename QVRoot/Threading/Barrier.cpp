@@ -2,7 +2,7 @@
 
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
-#include <QVRoot/Threading/LockGuard.hpp>
+#include <QVRoot/Threading/ConditionImpl.hpp>
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
@@ -14,6 +14,31 @@ namespace {
 constexpr UInt32 resetStep = 4;
 
 } // namespace
+
+/// Holds the barrier's lock, and afterwards lets those go who were notified under it. They do not come back
+/// to the lock: what they need to know stands in atomics.
+class Barrier::Visit {
+public:
+    explicit Visit(Barrier& barrier, bool interruptible = false) : lock_(barrier.lock_)
+    {
+        lock_.Acquire(interruptible);
+    }
+    ~Visit()
+    {
+        if (holdsLock) {
+            lock_.Release();
+        }
+        departing.Complete();
+    }
+    Visit(const Visit&) = delete;
+    Visit& operator=(const Visit&) = delete;
+
+    bool holdsLock = true;
+    Impl::Notification departing;
+
+private:
+    ReentrantLock& lock_;
+};
 
 Barrier::Barrier(UInt32 parties) : tripped_(lock_), parties_(parties), remaining_(parties)
 {
@@ -32,44 +57,49 @@ Barrier::Barrier(UInt32 parties, const RunnableTask& action) : Barrier(parties)
 
 Barrier::~Barrier() = default;
 
-void Barrier::BreakBarrier()
+void Barrier::BreakBarrier(Impl::Notification& departing)
 {
     broken_ = true;
-    tripped_.NotifyAll();
+    tripped_.impl_->NotifyAllToLeave(departing);
 }
 
 /// The part of every arrival that does not wait: returns the number of parties still missing.
-UInt32 Barrier::Arrive()
+UInt32 Barrier::Arrive(Impl::Notification& departing)
 {
     const UInt32 index = --remaining_;
     if (broken_) {
         QV_THROW(BrokenBarrierException, "Barrier broken.");
     }
     if (Impl::ThreadImpl::GetCurrent().GetMonitor().TestAndClearInterrupted()) {
-        BreakBarrier();
+        BreakBarrier(departing);
         QV_THROW(InterruptedException, "Thread interrupted, barrier broken.");
     }
     if (index == 0) {
-        Trip();
+        Trip(departing);
     }
     return index;
 }
 
-void Barrier::Trip()
+void Barrier::Trip(Impl::Notification& departing)
 {
     remaining_ = parties_;
     ++generation_;
-    tripped_.NotifyAll();
+    // The others cannot go on before this thread leaves the lock. Until then they need not know, either: who
+    // gives up meanwhile takes the lock first and finds that the barrier has tripped.
+    const auto notify = [&] { tripped_.impl_->NotifyAllToLeave(departing); };
     try {
-        // The others cannot go on before this thread leaves the lock.
         action_.Run();
     } catch (const QVException&) {
         broken_ = true;
+        notify();
         throw;
     } catch (...) {
         broken_ = true;
+        notify();
         Impl::PassOnForcedUnwinding();
+        return;
     }
+    notify();
 }
 
 /// After a wait: throws when the barrier broke or was reset in the meantime.
@@ -80,53 +110,55 @@ void Barrier::CheckWhole(UInt32 generation) const
     }
 }
 
+/// For a party that nobody has notified. Answers false when it breaks the barrier because its time has run
+/// out. What came too late to stop this generation must not break the next one.
+bool Barrier::GiveUp(UInt32 generation, bool isInterrupted)
+{
+    Visit visit(*this);
+    const bool isOver = generation_ != generation;
+    if (isInterrupted) {
+        if (isOver) {
+            Impl::ThreadImpl::GetCurrent().GetMonitor().RestoreInterrupt();
+        } else {
+            BreakBarrier(visit.departing);
+        }
+    }
+    CheckWhole(generation);
+    if (!isOver) {
+        BreakBarrier(visit.departing);
+    }
+    return isOver;
+}
+
 UInt32 Barrier::DoWait(bool interruptible)
 {
-    const LockGuard guard(lock_, true);
-    const UInt32 generation = generation_;
-    const UInt32 index = Arrive();
-    if (index != 0) {
-        try {
-            tripped_.Wait(interruptible);
-        } catch (const InterruptedException&) {
-            BreakByInterrupt(generation);
-        }
-        CheckWhole(generation);
-    }
+    UInt32 index = 0;
+    DoWait(Timeout::Infinite, interruptible, index);
     return index;
 }
 
 /// Answers false when the time has run out.
 bool Barrier::DoWait(UInt32 timeoutMs, bool interruptible, UInt32& index)
 {
-    const LockGuard guard(lock_, true);
-    const UInt32 generation = generation_;
-    index = Arrive();
-    if (index == 0) {
-        return true;
+    using Impl::MonitorState;
+    UInt32 generation = 0;
+    MonitorState::Result result = MonitorState::WasNotified;
+    {
+        Visit visit(*this, true);
+        generation = generation_;
+        index = Arrive(visit.departing);
+        if (index != 0) {
+            visit.holdsLock = false;
+            result = tripped_.impl_->WaitAndLeave(timeoutMs, interruptible);
+        }
     }
-    bool notified = true;
-    try {
-        notified = tripped_.Wait(timeoutMs, interruptible, nullptr);
-    } catch (const InterruptedException&) {
-        BreakByInterrupt(generation);
+    if (result != MonitorState::WasNotified) {
+        return GiveUp(generation, result == MonitorState::WasInterrupted);
     }
-    CheckWhole(generation);
-    if (notified || generation_ != generation) {
-        return true;
+    if (index != 0) {
+        CheckWhole(generation);
     }
-    BreakBarrier();
-    return false;
-}
-
-/// An interrupt that came too late to stop this generation must not break the next one.
-void Barrier::BreakByInterrupt(UInt32 generation)
-{
-    if (generation_ == generation) {
-        BreakBarrier();
-    } else {
-        Impl::ThreadImpl::GetCurrent().GetMonitor().RestoreInterrupt();
-    }
+    return true;
 }
 
 UInt32 Barrier::Await(bool interruptible)
@@ -168,11 +200,12 @@ bool Barrier::Wait(const Timeout& timeout, bool interruptible, UInt32* remaining
 
 void Barrier::Reset()
 {
-    const LockGuard guard(lock_);
+    Visit visit(*this);
     remaining_ = parties_;
-    broken_ = false;
+    // In this order: who wakes up and finds the barrier whole must find that it was reset.
     generation_ -= resetStep;
-    tripped_.NotifyAll();
+    broken_ = false;
+    tripped_.impl_->NotifyAllToLeave(visit.departing);
 }
 
 } // namespace QV

@@ -26,6 +26,10 @@
 
 namespace QV {
 
+namespace Impl {
+class Notification;
+}
+
 class QV_EXPORT Barrier final : public Waitable {
 public:
     /// At least one party.
@@ -55,11 +59,13 @@ public:
     void Reset();
 
 private:
-    void BreakBarrier();
-    UInt32 Arrive();
-    void Trip();
-    void BreakByInterrupt(UInt32 generation);
+    class Visit;
+
+    void BreakBarrier(Impl::Notification& departing);
+    UInt32 Arrive(Impl::Notification& departing);
+    void Trip(Impl::Notification& departing);
     void CheckWhole(UInt32 generation) const;
+    bool GiveUp(UInt32 generation, bool isInterrupted);
     UInt32 DoWait(bool interruptible);
     bool DoWait(UInt32 timeoutMs, bool interruptible, UInt32& index);
 

@@ -42,6 +42,8 @@ public:
     void NotifyAll();
 
 private:
+    friend class Barrier;
+
     Impl::ConditionImpl* impl_;
 };
 

@@ -1,43 +1,14 @@
-#include <QVRoot/Threading/Condition.hpp>
+#include <QVRoot/Threading/ConditionImpl.hpp>
 
 #include <QVRoot/Exceptions/ThreadingExceptions.hpp>
-#include <QVRoot/Threading/HandOverLockImpl.hpp>
+#include <QVRoot/Threading/Condition.hpp>
 #include <QVRoot/Threading/ImplementationImpl.hpp>
 #include <QVRoot/Threading/RemainingTimeImpl.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
-#include <QVRoot/Threading/WaiterQueueImpl.hpp>
 
 namespace QV {
 
 namespace Impl {
-
-class ConditionImpl {
-public:
-    explicit ConditionImpl(Lockable& lockable) noexcept : lockable_(lockable) {}
-
-    MonitorState::Result Wait(UInt32 milliseconds, bool interruptible);
-    void Notify();
-    void NotifyAll();
-
-private:
-    void ReleaseLockable(UInt32 me, Notification& heir);
-    MonitorState::Result WaitReleased(Waiter& waiter, UInt32 milliseconds, bool interruptible);
-
-    /// Counts a thread in for the length of its wait.
-    struct Presence {
-        explicit Presence(std::atomic<UInt32>& count) noexcept : count_(count) { count_.fetch_add(1); }
-        ~Presence() { count_.fetch_sub(1); }
-        std::atomic<UInt32>& count_;
-    };
-
-    Lockable& lockable_;
-    /// Not below the length of the queue. A waiter is counted before it releases the lockable, so whoever has
-    /// that afterwards knows of it without entering the `FastLock`.
-    std::atomic<UInt32> present_ = 0;
-    FastLock lock_;
-    HandOverLock* handOver_ = nullptr; ///< the lockable's, once somebody has waited
-    WaiterQueue waiters_;
-};
 
 /// Whoever gets the lock next goes on only when this thread is out of its way.
 void ConditionImpl::ReleaseLockable(UInt32 me, Notification& heir)
@@ -50,7 +21,8 @@ void ConditionImpl::ReleaseLockable(UInt32 me, Notification& heir)
     }
 }
 
-MonitorState::Result ConditionImpl::WaitReleased(Waiter& waiter, UInt32 milliseconds, bool interruptible)
+MonitorState::Result ConditionImpl::WaitReleased(Waiter& waiter, UInt32 milliseconds, bool interruptible,
+                                                 bool& isReleased)
 {
     const Presence presence(present_);
     Notification heir;
@@ -58,27 +30,39 @@ MonitorState::Result ConditionImpl::WaitReleased(Waiter& waiter, UInt32 millisec
     try {
         // Nobody can notify before this thread is queued: that takes the lock held here.
         ReleaseLockable(waiter.threadId, heir);
+        isReleased = true;
     } catch (...) {
         lock_.Leave();
         throw;
     }
-    try {
-        return waiters_.Wait(
-            lock_, waiter, milliseconds, interruptible, [] {}, &heir);
-    } catch (...) {
-        lockable_.Acquire(false);
-        throw;
-    }
+    return waiters_.Wait(
+        lock_, waiter, milliseconds, interruptible, [] {}, &heir);
 }
 
 MonitorState::Result ConditionImpl::Wait(UInt32 milliseconds, bool interruptible)
 {
     Waiter waiter(ThreadImpl::GetCurrent());
-    const MonitorState::Result result = WaitReleased(waiter, milliseconds, interruptible);
+    MonitorState::Result result = MonitorState::GoesOn;
+    bool isReleased = false;
+    try {
+        result = WaitReleased(waiter, milliseconds, interruptible, isReleased);
+    } catch (...) {
+        if (isReleased) {
+            lockable_.Acquire(false);
+        }
+        throw;
+    }
     if (!waiter.isHeir) {
         lockable_.Acquire(false);
     }
     return result;
+}
+
+MonitorState::Result ConditionImpl::WaitAndLeave(UInt32 milliseconds, bool interruptible)
+{
+    Waiter waiter(ThreadImpl::GetCurrent());
+    bool isReleased = false;
+    return WaitReleased(waiter, milliseconds, interruptible, isReleased);
 }
 
 void ConditionImpl::Notify()
@@ -105,6 +89,12 @@ void ConditionImpl::NotifyAll()
         waiters_.PassAll(notification, handOver_);
     }
     notification.Complete();
+}
+
+void ConditionImpl::NotifyAllToLeave(Notification& notification)
+{
+    const FastLockGuard guard(lock_);
+    waiters_.PassAll(notification, nullptr);
 }
 
 } // namespace Impl
