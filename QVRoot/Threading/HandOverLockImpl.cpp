@@ -35,7 +35,8 @@ bool HandOverLock::TakeIfFree(UInt32 me) noexcept
 {
     UInt64 word = word_.load(std::memory_order_relaxed);
     while (!MustWait(word)) {
-        if (word_.compare_exchange_weak(word, word | me, std::memory_order_acquire)) {
+        if (word_.compare_exchange_weak(word, word | Held, std::memory_order_acquire)) {
+            owner_.store(me, std::memory_order_relaxed);
             return true;
         }
     }
@@ -55,7 +56,8 @@ bool HandOverLock::TakeOrMarkQueued(UInt32 me) noexcept
     UInt64 word = word_.load(std::memory_order_relaxed);
     for (;;) {
         if (!MustWait(word)) {
-            if (word_.compare_exchange_weak(word, word | me, std::memory_order_acquire)) {
+            if (word_.compare_exchange_weak(word, word | Held, std::memory_order_acquire)) {
+                owner_.store(me, std::memory_order_relaxed);
                 return true;
             }
         } else if ((word & Queued) != 0 ||
@@ -140,7 +142,8 @@ void HandOverLock::Give(Notification& notification)
     for (UInt32 round = 0;; ++round) {
         UInt64 word = word_.load(std::memory_order_relaxed);
         while ((word & Queued) == 0) {
-            if (word_.compare_exchange_weak(word, word & ~UInt64{OwnerMask}, std::memory_order_release)) {
+            owner_.store(0, std::memory_order_relaxed);
+            if (word_.compare_exchange_weak(word, word & ~UInt64{Held}, std::memory_order_release)) {
                 return;
             }
         }
@@ -157,11 +160,9 @@ bool HandOverLock::HandOver(Notification& notification)
     const FastLockGuard guard(lock_);
     const Waiter* const next = waiters_.NotifyOne(notification, WaiterQueue::Refusing::Stays);
     if (next != nullptr) {
-        // With an owner and a queue, nobody else changes the word. The new owner reads its id only after its
-        // monitor is unlocked by the notification.
-        const UInt64 others = word_.load(std::memory_order_relaxed) & ~(OwnerMask | Queued);
-        word_.store(others | next->threadId | (waiters_.IsEmpty() ? UInt64{0} : UInt64{Queued}),
-                    std::memory_order_release);
+        // The new owner reads its id only after its monitor is unlocked by the notification.
+        owner_.store(next->threadId, std::memory_order_relaxed);
+        ForgetQueueIfEmpty();
     }
     return next != nullptr;
 }
@@ -171,8 +172,7 @@ bool HandOverLock::Receive(Waiter& waiter)
     const FastLockGuard guard(lock_);
     UInt64 word = word_.load(std::memory_order_relaxed);
     do {
-        const UInt32 owner = static_cast<UInt32>(word);
-        if (owner == 0 || owner == waiter.threadId) {
+        if ((word & Held) == 0 || IsOwnedBy(waiter.threadId)) {
             return false;
         }
     } while ((word & Queued) == 0 &&
@@ -186,23 +186,24 @@ bool HandOverLock::Receive(Waiter& waiter)
 
 bool HandOverLock::TryEnterReader() noexcept
 {
-    UInt64 word = word_.load(std::memory_order_relaxed);
-    while (!MustWait(word)) {
+    // The first guess is the usual case, and saves a load that the exchange would wait for.
+    UInt64 word = Free;
+    do {
         if (word_.compare_exchange_weak(word, word + OneReader, std::memory_order_acquire)) {
             return true;
         }
-    }
+    } while (!MustWait(word));
     return false;
 }
 
 bool HandOverLock::TryLeaveReader() noexcept
 {
-    UInt64 word = word_.load(std::memory_order_relaxed);
-    while (!MustWait(word) && CountReaders(word) > ((word & WriterWaits) != 0 ? 1 : 0)) {
+    UInt64 word = OneReader;
+    do {
         if (word_.compare_exchange_weak(word, word - OneReader, std::memory_order_release)) {
             return true;
         }
-    }
+    } while (!MustWait(word) && CountReaders(word) > ((word & WriterWaits) != 0 ? 1 : 0));
     return false;
 }
 

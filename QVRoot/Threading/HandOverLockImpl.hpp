@@ -1,10 +1,11 @@
 /// What `Lock`, `ReentrantLock` and the read-write locks have in common: an owner, a queue, and the hand-over
 /// from one to the next.
 ///
-/// One word holds the owner's id, a flag as long as threads are queued, and for the read-write locks the
-/// number of readers. Without the flag the word changes by compare-and-swap; with it, only under the
-/// `FastLock`. A release with waiters makes the next owner itself, so there is no moment in which the lock is
-/// free and waited for, and a woken thread has nothing left to do.
+/// One word says whether the lock is held, whether threads are queued, and for the read-write locks how many
+/// readers there are. While nobody is queued it changes by compare-and-swap, otherwise only under the
+/// `FastLock`. The owner's id stands beside it, written by the owner, so that nobody waits for it to be
+/// known. A release with waiters makes the next owner itself, so there is no moment in which the lock is free
+/// and waited for, and a woken thread has nothing left to do.
 #pragma once
 
 #include <QVRoot/Threading/WaiterQueueImpl.hpp>
@@ -39,20 +40,32 @@ public:
     bool IsOwnedBy(UInt32 me) const noexcept
     {
         // Only this thread writes its own id here or has it taken away.
-        return static_cast<UInt32>(word_.load(std::memory_order_relaxed)) == me;
+        return owner_.load(std::memory_order_relaxed) == me;
     }
 
     /// The plain case of acquiring and releasing; they fail when anything is out of the ordinary.
     bool TryTake() noexcept
     {
-        const UInt32 me = GetCurrentIdIfKnown();
         UInt64 expected = Free;
-        return me != 0 && word_.compare_exchange_strong(expected, me, std::memory_order_acquire);
+        if (!word_.compare_exchange_strong(expected, Held, std::memory_order_acquire)) {
+            return false;
+        }
+        owner_.store(GetCurrentId(), std::memory_order_relaxed);
+        return true;
     }
     bool TryFree() noexcept
     {
-        UInt64 expected = GetCurrentIdIfKnown();
-        return expected != 0 && word_.compare_exchange_strong(expected, Free, std::memory_order_release);
+        const UInt32 me = GetCurrentIdIfKnown();
+        if (me == 0 || !IsOwnedBy(me)) {
+            return false;
+        }
+        owner_.store(0, std::memory_order_relaxed);
+        UInt64 expected = Held;
+        if (word_.compare_exchange_strong(expected, Free, std::memory_order_release)) {
+            return true;
+        }
+        owner_.store(me, std::memory_order_relaxed);
+        return false;
     }
 
     /// How often the owner has acquired the lock once more. Only the owner changes it.
@@ -84,20 +97,11 @@ public:
     bool Receive(Waiter& waiter);
 
 private:
-    /// The low half is the owner's id, the highest 30 bits are the number of readers.
-    enum : UInt64 {
-        Free = 0,
-        OwnerMask = 0xFFFFFFFF,
-        Queued = UInt64{1} << 32,
-        WriterWaits = UInt64{1} << 33,
-        OneReader = UInt64{1} << 34
-    };
+    /// The high half is the number of readers.
+    enum : UInt64 { Free = 0, Held = 1, Queued = 2, WriterWaits = 4, OneReader = UInt64{1} << 32 };
 
-    static bool MustWait(UInt64 word) noexcept { return (word & (OwnerMask | Queued)) != 0; }
-    static Int32 CountReaders(UInt64 word) noexcept
-    {
-        return static_cast<Int32>(static_cast<Int64>(word) >> 34);
-    }
+    static bool MustWait(UInt64 word) noexcept { return (word & (Held | Queued)) != 0; }
+    static Int32 CountReaders(UInt64 word) noexcept { return static_cast<Int32>(word >> 32); }
 
     bool TakeIfFree(UInt32 me) noexcept;
     bool TakeBeforeArrival(UInt32 me) noexcept;
@@ -107,6 +111,7 @@ private:
     void ForgetQueueIfEmpty() noexcept;
 
     std::atomic<UInt64> word_ = Free;
+    std::atomic<UInt32> owner_ = 0;
     std::atomic<UInt32> nesting_ = 0;
     Polling polling_;
     FastLock lock_;

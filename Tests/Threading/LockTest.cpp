@@ -52,11 +52,11 @@ TEST_P(ExclusiveLockTest, IsHandedOnInTheOrderOfArrival)
         std::vector<std::unique_ptr<Worker>> workers;
         for (int i = 0; i < 6; ++i) {
             workers.push_back(std::make_unique<Worker>([&, i] {
-                i % 2 == 0 ? lock_.Acquire(true) : static_cast<void>(lock_.TryAcquire(Long, false));
+                i % 2 == 0 ? lock_.Acquire(false) : static_cast<void>(lock_.TryAcquire(Long, false));
                 order.push_back(i);
                 lock_.Release();
             }));
-            Settle();
+            workers.back()->WaitUntilItWaits();
         }
         lock_.Release();
     }

@@ -48,10 +48,10 @@ TEST(SemaphoreTest, EveryPermitWakesOneWaiterInOrder)
     std::vector<std::unique_ptr<Worker>> waiters;
     for (int i = 0; i < 6; ++i) {
         waiters.push_back(std::make_unique<Worker>([&, i] {
-            i % 2 == 0 ? semaphore.Acquire(true) : static_cast<void>(semaphore.TryAcquire(Long, false));
+            i % 2 == 0 ? semaphore.Acquire(false) : static_cast<void>(semaphore.TryAcquire(Long, false));
             places[i] = woken++;
         }));
-        Settle();
+        waiters.back()->WaitUntilItWaits();
     }
     semaphore.Release();
     waiters[0]->GetOutcome();

@@ -357,7 +357,6 @@ TEST(TortureTest, EverythingAtOnce)
     torture.Run();
 }
 
-// A thread that is known to wait, since its interrupt is not visible any more, has its place.
 TEST(TortureTest, LocksAndPermitsGoToTheOldest)
 {
     Lock plain;
@@ -369,22 +368,13 @@ TEST(TortureTest, LocksAndPermitsGoToTheOldest)
                                           : semaphore;
         std::vector<int> order;
         std::vector<std::unique_ptr<Worker>> workers;
-        std::atomic<int> next = -1;
         lock.Acquire(false);
         for (int i = 0; i < 8; ++i) {
-            workers.push_back(std::make_unique<Worker>([&lock, &order, &next, i] {
-                while (next != i) {
-                    Thread::Yield();
-                }
+            workers.push_back(std::make_unique<Worker>([&lock, &order, i] {
                 const LockGuard guard(lock);
                 order.push_back(i);
             }));
-            const Thread& thread = workers.back()->GetThread();
-            workers.back()->Interrupt();
-            next = i;
-            while (thread.IsInterrupted()) {
-                Thread::Yield();
-            }
+            workers.back()->WaitUntilItWaits();
         }
         lock.Release();
         workers.clear();

@@ -38,6 +38,15 @@ public:
 
     Thread& GetThread() { return thread_; }
     void Interrupt() { thread_.Interrupt(); }
+    // Returns when the thread is in a wait that is not interruptible: then its interrupt, which stays
+    // pending, is not visible any more.
+    void WaitUntilItWaits()
+    {
+        thread_.Interrupt();
+        while (thread_.IsInterrupted()) {
+            Thread::Yield();
+        }
+    }
     bool IsDone() { return thread_.GetState().IsFinished(); }
 
     // "Class: message" of the exception that ended the work; empty when it returned.
