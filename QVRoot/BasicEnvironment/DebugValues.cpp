@@ -213,6 +213,21 @@ Int32 DBGetLong(const char* section, const char* key, Int32 defaultValue)
     return ParseLong(FindValue(section, key), number) ? number : defaultValue;
 }
 
+UInt32 DBGetText(const char* section, const char* key, char* buffer, UInt32 size, const char* defaultValue)
+{
+    string_view value = FindValue(section, key);
+    if (value.empty() || value.size() >= size) {
+        value = defaultValue;
+    }
+    if (size == 0) {
+        return 0;
+    }
+    value = value.substr(0, size - 1);
+    std::memcpy(buffer, value.data(), value.size());
+    buffer[value.size()] = '\0';
+    return static_cast<UInt32>(value.size());
+}
+
 void DBPrintf(const char* format, ...)
 {
     char text[2048];

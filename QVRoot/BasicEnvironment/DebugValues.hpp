@@ -26,6 +26,11 @@ QV_EXPORT bool DBGetBool(const char* section, const char* key, bool defaultValue
 /// The value of a number: decimal, or hexadecimal behind "0x"; anything else answers the default.
 QV_EXPORT Int32 DBGetLong(const char* section, const char* key, Int32 defaultValue);
 
+/// The value of a text, zero-terminated in the buffer, and its length. A value that is absent or empty, or that
+/// has no room, answers the default; a default that has no room is cut.
+QV_EXPORT UInt32 DBGetText(const char* section, const char* key, char* buffer, UInt32 size,
+                           const char* defaultValue);
+
 /// Writes printf-style text to the debug output: the debugger on Windows, standard error on Linux when the
 /// environment variable `QVROOT_DEBUG_OUTPUT` is set or a debug-value file is in use. Text beyond 2047 bytes
 /// is cut.
