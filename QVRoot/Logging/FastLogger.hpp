@@ -179,7 +179,12 @@ public:
     /// Has no line yet.
     LogComposer() noexcept : at_(inline_), end_(inline_ + sizeof(inline_)) {}
     explicit LogComposer(const EventLogLine& line) noexcept : LogComposer() { AddLine(line); }
-    ~LogComposer();
+    ~LogComposer()
+    {
+        if (begin_ != inline_) [[unlikely]] {
+            FreeBuffer();
+        }
+    }
     LogComposer(const LogComposer&) = delete;
     LogComposer& operator=(const LogComposer&) = delete;
 
@@ -222,7 +227,23 @@ private:
         at_ += sizeof(T);
     }
 
-    void AddHashedString(const char* text, UInt32 length, UInt64 hash) noexcept;
+    void AddHashedString(const char* text, UInt32 length, UInt64 hash) noexcept
+    {
+        length = text == nullptr ? 0 : length < 0xFFFF ? length : 0xFFFF;
+        constexpr USize head = sizeof(UInt16) + sizeof(UInt64);
+        if (static_cast<USize>(end_ - at_) < head + length && !Grow(head + length)) [[unlikely]] {
+            return;
+        }
+        const auto shortLength = static_cast<UInt16>(length);
+        std::memcpy(at_, &shortLength, sizeof(shortLength));
+        std::memcpy(at_ + sizeof(shortLength), &hash, sizeof(hash));
+        if (length != 0) {
+            std::memcpy(at_ + head, text, length);
+        }
+        at_ += head + length;
+    }
+
+    void FreeBuffer() noexcept;
     bool Grow(USize n) noexcept;
 
     char* begin_ = inline_;

@@ -14,11 +14,9 @@ constexpr UInt32 longestString = 0xFFFF;
 
 } // namespace
 
-FastLogger::LogComposer::~LogComposer()
+void FastLogger::LogComposer::FreeBuffer() noexcept
 {
-    if (begin_ != inline_) {
-        MemoryManager::Free(begin_);
-    }
+    MemoryManager::Free(begin_);
 }
 
 bool FastLogger::LogComposer::Grow(USize n) noexcept
@@ -42,22 +40,6 @@ bool FastLogger::LogComposer::Grow(USize n) noexcept
     at_ = begin_ + used;
     end_ = begin_ + size;
     return true;
-}
-
-void FastLogger::LogComposer::AddHashedString(const char* text, UInt32 length, UInt64 hash) noexcept
-{
-    length = text != nullptr ? std::min(length, longestString) : 0;
-    const USize size = sizeof(UInt16) + sizeof(UInt64) + length;
-    if (static_cast<USize>(end_ - at_) < size && !Grow(size)) {
-        return;
-    }
-    const auto shortLength = static_cast<UInt16>(length);
-    std::memcpy(at_, &shortLength, sizeof(shortLength));
-    std::memcpy(at_ + sizeof(shortLength), &hash, sizeof(hash));
-    if (length != 0) {
-        std::memcpy(at_ + sizeof(shortLength) + sizeof(hash), text, length);
-    }
-    at_ += size;
 }
 
 void FastLogger::LogComposer::AddRepeatedString(const char* text, UInt32 length) noexcept

@@ -21,12 +21,12 @@ enum Marker : UInt8 { TimeChange = 0xF7, ThreadChange = 0xFA, KnownValue = 0xFE,
 
 struct TypeInfo {
     const char* name;
-    UInt8 size; ///< 0: not fixed, or no value
+    UInt8 size; ///< in the composed buffer; 0: not fixed
 };
 
 constexpr TypeInfo types[LogType::Count] = {
     {"I16", 2}, {"UI16", 2}, {"I32", 4}, {"UI32", 4}, {"I64", 8}, {"UI64", 8}, {"F", 4},
-    {"D", 8},   {"C", 1},    {"S", 0},   {"Id", 0},   {"Dt", 4},  {"T", 4},
+    {"D", 8},   {"C", 1},    {"S", 0},   {"Id", 16},  {"Dt", 4},  {"T", 4},
 };
 constexpr USize longestTypeEntry = sizeof("UI16:C,") - 1;
 
@@ -69,6 +69,17 @@ USize GetTextLength(const char* text) noexcept
     return text != nullptr ? std::min<USize>(std::strlen(text), most) : 0;
 }
 
+/// Copies a value of 1 to 8 bytes. Both sides have room for 8 but at the end of the buffer.
+char* PutValue(char* at, const char* value, UInt32 size, UInt32 rest) noexcept
+{
+    constexpr UInt32 most = 8;
+    if (rest >= most) [[likely]] {
+        std::memcpy(at, value, most);
+        return at + size;
+    }
+    return PutBytes(at, value, size);
+}
+
 char* PutText(char* at, const char* text) noexcept
 {
     const USize length = GetTextLength(text);
@@ -92,6 +103,14 @@ char* PutSite(char* at, const EventLogLine& line) noexcept
     const USize length = std::min<USize>(static_cast<USize>(end - begin), most);
     Put(at, static_cast<UInt16>(length));
     return begin + length;
+}
+
+/// Room that a line takes at most whose values have n bytes in the buffer.
+USize GetLineSize(const EventLogLine& line, UInt32 n) noexcept
+{
+    constexpr USize codeAndId = 3;
+    constexpr USize widestCopy = 8;
+    return codeAndId + n + line.count + widestCopy; // a compressed value may take one byte more
 }
 
 /// Room that a descriptor takes at most, while it is put together.
@@ -211,8 +230,7 @@ char* FastLogger::WriteEventLogLine(LogState& state, char* at, const char* buffe
     }
     std::memcpy(&line, buffer + *offset, sizeof(line));
     *offset += sizeof(line);
-    // No parameter takes more than one byte more than in the buffer.
-    at = state.stage.Reserve(at, USize{3} + (length - *offset) + line->count);
+    at = state.stage.Reserve(at, GetLineSize(*line, length - *offset));
     if (at == nullptr) {
         return nullptr;
     }
@@ -223,7 +241,7 @@ char* FastLogger::WriteEventLogLine(LogState& state, char* at, const char* buffe
         at = Put(at, line->id);
     } else if (code == NewValue) {
         at = WriteDescriptor(state, at, *line);
-        at = at != nullptr ? state.stage.Reserve(at, USize{length - *offset} + line->count) : nullptr;
+        at = at != nullptr ? state.stage.Reserve(at, GetLineSize(*line, length - *offset)) : nullptr;
     }
     return at != nullptr ? WriteParameters(state, at, *line, buffer, length, offset) : nullptr;
 }
@@ -282,11 +300,12 @@ char* FastLogger::WriteParameters(LogState& state, char* at, const EventLogLine&
         UInt32 used = type < LogType::Count ? types[type].size : 0;
         if (type == LogType::String) {
             at = WriteString(state, at, compress != 0, value, rest, &used);
+        } else if (used > rest) {
+            at = nullptr;
         } else if (type == LogType::Id) {
-            used = sizeof(Guid);
-            at = used <= rest ? WriteId(state, at, compress != 0, value) : nullptr;
+            at = WriteId(state, at, compress != 0, value);
         } else {
-            at = used <= rest ? PutBytes(at, value, used) : nullptr;
+            at = PutValue(at, value, used, rest);
         }
         *offset += at != nullptr ? used : rest;
     }
