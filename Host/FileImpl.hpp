@@ -19,11 +19,22 @@ public:
     File& operator=(const File&) = delete;
 
     bool IsOpen() const noexcept { return handle_ != closed; }
+    void Swap(File& other) noexcept
+    {
+        const Int64 handle = handle_;
+        handle_ = other.handle_;
+        other.handle_ = handle;
+    }
 
     /// Opens an existing file that is not a folder.
     SystemError OpenForReading(const UniString& path);
     /// Makes a file that does not exist yet. Where `model` names a file, its permissions are taken over.
     SystemError CreateNew(const UniString& path, const UniString& model);
+    /// The same for a file that others may read, rename and remove while it is written.
+    SystemError CreateShared(const UniString& path);
+    /// Opens a file for this object alone, and makes it if need be: whoever else asks gets an error that
+    /// `MeansInUse`, until it is closed or the process ends in whatever way.
+    SystemError OpenAlone(const UniString& path);
     virtual SystemError Close() noexcept;
 
     /// Reads on from where the last read ended. Success with 0 bytes is the end of the file.
@@ -34,6 +45,8 @@ public:
     SystemError GetRest(UInt64* n) const noexcept;
     /// Writes all bytes at the given place; on failure `written` tells how many got there.
     virtual SystemError WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* written) noexcept;
+    /// Cuts off what is behind.
+    SystemError Truncate(UInt64 length) noexcept;
     /// Forces what was written onto the disk.
     virtual SystemError Synchronize() noexcept;
 
@@ -45,7 +58,16 @@ private:
 
 /// Puts a file in the place of another in one step: whoever opens the target sees the old or the new one.
 SystemError RenameOver(const UniString& from, const UniString& target);
+/// The same without waiting for the disk.
+SystemError RenameQuickly(const UniString& from, const UniString& target);
 SystemError RemoveFile(const UniString& path);
+/// Makes a folder and those above it as far as they are missing, for this user alone.
+SystemError MakeFolders(const UniString& path);
+
+/// Where a program keeps what it writes while it runs, such as logs; empty where the system tells none.
+UniString GetStateFolder(const UniString& program);
+/// One path behind the other.
+UniString JoinPath(const UniString& folder, const UniString& name);
 
 /// What a name that is to be replaced stands for: through symbolic links, where the system has them.
 /// Something that exists and is no regular file answers an error, and so does a file that is write-protected,
@@ -58,6 +80,7 @@ UInt32 GetProcessNumber() noexcept;
 bool MeansNotFound(SystemError error) noexcept;
 bool MeansAccessDenied(SystemError error) noexcept;
 bool MeansExists(SystemError error) noexcept;
+bool MeansInUse(SystemError error) noexcept;
 bool MeansDiskFull(SystemError error) noexcept;
 
 /// The system's text for an error.

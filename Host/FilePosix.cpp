@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,6 +79,30 @@ SystemError File::CreateNew(const UniString& path, const UniString& model)
     return 0;
 }
 
+SystemError File::CreateShared(const UniString& path)
+{
+    return CreateNew(path, UniString());
+}
+
+SystemError File::OpenAlone(const UniString& path)
+{
+    const std::string name = ToSystemName(path);
+    if (name.empty()) {
+        return EINVAL;
+    }
+    const int file = Retry([&] { return open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666); });
+    if (file == -1) {
+        return errno;
+    }
+    if (Retry([&] { return flock(file, LOCK_EX | LOCK_NB); }) == -1) {
+        const SystemError error = errno;
+        close(file);
+        return error;
+    }
+    handle_ = file;
+    return 0;
+}
+
 SystemError File::Close() noexcept
 {
     if (!IsOpen()) {
@@ -133,6 +158,13 @@ SystemError File::WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* writ
     return 0;
 }
 
+SystemError File::Truncate(UInt64 length) noexcept
+{
+    return Retry([&] { return ftruncate(static_cast<int>(handle_), static_cast<off_t>(length)); }) == -1
+               ? errno
+               : 0;
+}
+
 SystemError File::Synchronize() noexcept
 {
     return Retry([&] { return fsync(static_cast<int>(handle_)); }) == -1 ? errno : 0;
@@ -154,6 +186,45 @@ SystemError RenameOver(const UniString& from, const UniString& target)
         close(entry);
     }
     return 0;
+}
+
+SystemError RenameQuickly(const UniString& from, const UniString& target)
+{
+    return rename(ToSystemName(from).c_str(), ToSystemName(target).c_str()) == 0 ? 0 : errno;
+}
+
+SystemError MakeFolders(const UniString& path)
+{
+    const std::string name = ToSystemName(path);
+    if (name.empty()) {
+        return EINVAL;
+    }
+    for (std::size_t end = 0; end != name.npos;) {
+        end = name.find('/', end + 1);
+        if (mkdir(name.substr(0, end).c_str(), 0700) != 0 && errno != EEXIST && end == name.npos) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+UniString GetStateFolder(const UniString& program)
+{
+    // As the XDG Base Directory rules have it: paths that are not absolute do not count.
+    const char* const state = getenv("XDG_STATE_HOME");
+    if (state != nullptr && *state == '/') {
+        return JoinPath(UniString(state, UTF8CharCode), program);
+    }
+    const char* const home = getenv("HOME");
+    if (home == nullptr || *home != '/') {
+        return UniString();
+    }
+    return JoinPath(JoinPath(UniString(home, UTF8CharCode), u".local/state"), program);
+}
+
+UniString JoinPath(const UniString& folder, const UniString& name)
+{
+    return folder + u"/" + name;
 }
 
 SystemError RemoveFile(const UniString& path)
@@ -203,6 +274,11 @@ bool MeansAccessDenied(SystemError error) noexcept
 bool MeansExists(SystemError error) noexcept
 {
     return error == EEXIST;
+}
+
+bool MeansInUse(SystemError error) noexcept
+{
+    return error == EWOULDBLOCK;
 }
 
 bool MeansDiskFull(SystemError error) noexcept

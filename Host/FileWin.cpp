@@ -50,8 +50,10 @@ SystemError File::OpenForReading(const UniString& path)
         return ERROR_INVALID_NAME;
     }
     const UniString::UStr name = path.ToUStr();
-    const HANDLE file = CreateFileW(AsWide(name), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    // Writing is shared, too: a log is read while it grows.
+    const DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileW(AsWide(name), GENERIC_READ, sharing, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         const SystemError error = LastError();
         return IsFolder(AsWide(name)) ? folderNotSupported : error;
@@ -67,6 +69,35 @@ SystemError File::CreateNew(const UniString& path, const UniString&)
     }
     const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ,
                                     nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return LastError();
+    }
+    handle_ = reinterpret_cast<Int64>(file);
+    return 0;
+}
+
+SystemError File::CreateShared(const UniString& path)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    const DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE | DELETE, sharing,
+                                    nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return LastError();
+    }
+    handle_ = reinterpret_cast<Int64>(file);
+    return 0;
+}
+
+SystemError File::OpenAlone(const UniString& path)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return LastError();
     }
@@ -134,6 +165,15 @@ SystemError File::WriteAt(UInt64 offset, const char* src, UInt32 n, UInt32* writ
     return 0;
 }
 
+SystemError File::Truncate(UInt64 length) noexcept
+{
+    LARGE_INTEGER end;
+    end.QuadPart = static_cast<Int64>(length);
+    const bool done =
+        SetFilePointerEx(AsHandle(handle_), end, nullptr, FILE_BEGIN) && SetEndOfFile(AsHandle(handle_));
+    return done ? 0 : LastError();
+}
+
 SystemError File::Synchronize() noexcept
 {
     return FlushFileBuffers(AsHandle(handle_)) ? 0 : LastError();
@@ -145,6 +185,48 @@ SystemError RenameOver(const UniString& from, const UniString& target)
     const UniString::UStr place = target.ToUStr();
     const DWORD how = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
     return MoveFileExW(AsWide(source), AsWide(place), how) ? 0 : LastError();
+}
+
+SystemError RenameQuickly(const UniString& from, const UniString& target)
+{
+    const UniString::UStr source = from.ToUStr();
+    const UniString::UStr place = target.ToUStr();
+    return MoveFileExW(AsWide(source), AsWide(place), MOVEFILE_REPLACE_EXISTING) ? 0 : LastError();
+}
+
+SystemError MakeFolders(const UniString& path)
+{
+    if (!IsName(path)) {
+        return ERROR_INVALID_NAME;
+    }
+    const std::u16string_view units = path.GetView();
+    for (std::size_t end = 0; end != units.npos;) {
+        end = units.find_first_of(u"/\\", end + 1);
+        const UniString part(units.substr(0, end));
+        if (!CreateDirectoryW(AsWide(part.ToUStr()), nullptr) && end == units.npos &&
+            GetLastError() != ERROR_ALREADY_EXISTS) {
+            return LastError();
+        }
+    }
+    return 0;
+}
+
+UniString GetStateFolder(const UniString& program)
+{
+    for (const wchar_t* const name : {L"LOCALAPPDATA", L"APPDATA", L"TEMP"}) {
+        wchar_t path[MAX_PATH];
+        const DWORD length = GetEnvironmentVariableW(name, path, MAX_PATH);
+        if (length != 0 && length < MAX_PATH) {
+            const UniString folder(reinterpret_cast<const unsigned short*>(path), length);
+            return JoinPath(JoinPath(folder, program), u"Logs");
+        }
+    }
+    return UniString();
+}
+
+UniString JoinPath(const UniString& folder, const UniString& name)
+{
+    return folder + u"\\" + name;
 }
 
 SystemError RemoveFile(const UniString& path)
@@ -187,6 +269,11 @@ bool MeansAccessDenied(SystemError error) noexcept
 bool MeansExists(SystemError error) noexcept
 {
     return error == ERROR_FILE_EXISTS || error == ERROR_ALREADY_EXISTS;
+}
+
+bool MeansInUse(SystemError error) noexcept
+{
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
 }
 
 bool MeansDiskFull(SystemError error) noexcept

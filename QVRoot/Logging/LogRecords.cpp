@@ -288,7 +288,7 @@ char* FastLogger::WriteDescriptor(LogState& state, char* at, const EventLogLine&
 char* FastLogger::WriteParameters(LogState& state, char* at, const EventLogLine& line, const char* buffer,
                                   UInt32 length, UInt32* offset)
 {
-    if (line.plainSize <= length - *offset) [[likely]] {
+    if (line.plainSize != EventLogLine::UnknownSize && line.plainSize <= length - *offset) [[likely]] {
         at = PutBytes(at, buffer + *offset, line.plainSize);
         *offset += line.plainSize;
         return at;
