@@ -224,7 +224,8 @@ UniString GetStateFolder(const UniString& program)
 
 UniString JoinPath(const UniString& folder, const UniString& name)
 {
-    return folder + u"/" + name;
+    const std::u16string_view units = folder.GetView();
+    return units.ends_with(u'/') ? UniString(folder + name) : UniString(folder + u"/" + name);
 }
 
 SystemError RemoveFile(const UniString& path)

@@ -226,7 +226,9 @@ UniString GetStateFolder(const UniString& program)
 
 UniString JoinPath(const UniString& folder, const UniString& name)
 {
-    return folder + u"\\" + name;
+    const std::u16string_view units = folder.GetView();
+    const bool isWhole = units.ends_with(u'/') || units.ends_with(u'\\') || units.ends_with(u':');
+    return isWhole ? UniString(folder + name) : UniString(folder + u"\\" + name);
 }
 
 SystemError RemoveFile(const UniString& path)

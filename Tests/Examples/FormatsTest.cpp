@@ -7,8 +7,11 @@
 #include <QVRoot/Channel/Subchannels/ChunkedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/Subchannels/LengthDeterminedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/TextOProtocol.hpp>
+#include <QVRoot/Logging/FastLogger.hpp>
 #include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
+
+#include <cstring>
 
 #include <functional>
 #include <map>
@@ -40,6 +43,60 @@ Array<Tour::Document> MakeExampleDocuments()
     Array<Tour::Document> documents;
     documents.Emplace(UniString(u"a"), UniString(u"Hi\n\n\u00DF!"));
     return documents;
+}
+
+struct ExampleLogControl : FastLogger::Control {
+    bool IsNewBlockDue() override { return false; }
+};
+
+/// Writes a log of one block that does not depend on when and where it was made.
+void WriteExampleLog(OChannel& oc, const std::function<void(FastLogger&)>& log)
+{
+    OMemChannel out;
+    ExampleLogControl control;
+    FastLogger example;
+    example.Start(control, out);
+    log(example);
+    example.Stop();
+    const Guid run("00112233-4455-6677-8899-AABBCCDDEEFF");
+    const Int32 time = 1763762400;
+    const Int32 offset = 3600;
+    const UInt64 thread = 4242;
+    char* const bytes = out.LockData();
+    std::memcpy(bytes + 5, &run, sizeof(run));
+    std::memcpy(bytes + 21, &time, sizeof(time));
+    std::memcpy(bytes + 25, &offset, sizeof(offset));
+    if (out.DataSize() > 29) {
+        std::memcpy(bytes + 30, &time, sizeof(time));
+        std::memcpy(bytes + 36, &thread, sizeof(thread));
+    }
+    UInt32 written;
+    oc.WriteBin(bytes, out.DataSize(), &written);
+}
+
+/// Three lines, and a data line behind the first.
+void LogExampleLines(FastLogger& log)
+{
+    constexpr LogParameter openedParameters[] = {{LogType::String, 1}, {LogType::Int32, 0}};
+    constexpr LogParameter fileParameters[] = {{LogType::String, 0}};
+    EventLogLine opened = {258,
+                           42,
+                           openedParameters,
+                           2,
+                           "{user} opened {count} files",
+                           "Editor/Open.cpp",
+                           "info|editor|OpenAll"};
+    EventLogLine file = {259, 45, fileParameters, 1, "file {path}", "Editor/Open.cpp", "data|editor|OpenAll"};
+    for (const auto& [user, count] : {std::pair("ann", 2), std::pair("bob", 1), std::pair("ann", -1)}) {
+        FastLogger::LogComposer composer(opened);
+        composer.AddString(user, 3);
+        composer.Add(count);
+        if (count == 2) {
+            composer.AddLine(file);
+            composer.AddString("a.w", 3);
+        }
+        log.Append(opened, &composer);
+    }
 }
 
 using Writer = std::function<void(OChannel&)>;
@@ -136,6 +193,8 @@ const std::map<std::string, Writer> writers = {
          oc.SetOutputProtocol(textOProtocol);
          oc << -5 << true << 0.1 << UInt8{65} << 1.5f;
      }},
+    {"log block", [](OChannel& oc) { WriteExampleLog(oc, [](FastLogger&) {}); }},
+    {"log lines", [](OChannel& oc) { WriteExampleLog(oc, LogExampleLines); }},
     {"archive", [](OChannel& oc) { Tour::WriteArchive(oc, MakeExampleDocuments()); }},
 };
 
