@@ -51,6 +51,7 @@ QVErrCode LogFile::Start(const LogFileSettings& settings)
     Stop();
     errorText_.Clear();
     isStarted_ = true; // from here on there may be something to stop
+    owner_ = Impl::GetProcessNumber();
     QVErrCode error = NoError;
     try {
         Impl::SystemError systemError = 0;
@@ -160,8 +161,8 @@ QVErrCode LogFile::BeginFile(Impl::SystemError* systemError)
 
 void LogFile::Stop() noexcept
 {
-    if (!isStarted_) {
-        return;
+    if (!isStarted_ || owner_ != Impl::GetProcessNumber()) {
+        return; // what a fork has copied is the other process's
     }
     if (isFlushing_) {
         end_.Release();

@@ -104,6 +104,7 @@ private:
     UInt64 fileLimit_ = 0; ///< when the current file has this size, the next one is tried
     UInt32 olderFiles_ = 1;
     bool isStarted_ = false;
+    UInt32 owner_ = 0; ///< the process that started it
     std::atomic<bool> isLogging_ = false;
     std::atomic<QVErrCode> rotation_ = NoError; ///< what became of the last one
     std::atomic<bool> wantsRotation_ = false;

@@ -245,10 +245,10 @@ void FastLogger::LogComposed(char* buffer, UInt32 length) noexcept
     if (state == nullptr || !IsStarted()) {
         return;
     }
-    Log(*state, buffer, length, false);
+    Log(*state, buffer, length);
 }
 
-void FastLogger::Log(LogState& state, char* buffer, UInt32 length, bool isOwn) noexcept
+void FastLogger::Log(LogState& state, char* buffer, UInt32 length) noexcept
 {
     const Entry entry(state);
     if (!entry) {
@@ -258,23 +258,45 @@ void FastLogger::Log(LogState& state, char* buffer, UInt32 length, bool isOwn) n
     if (!IsStarted()) {
         return;
     }
+    const bool isWritten = LogInside(state, buffer, length);
+    state.counts.lines += isWritten;
+    state.counts.dropped += !isWritten;
+}
+
+/// Writes a line, and then what is due. Answers whether the line was written.
+bool FastLogger::LogInside(LogState& state, char* buffer, UInt32 length) noexcept
+{
+    bool isWritten = false;
     try {
-        if (!WriteLines(state, buffer, length)) {
-            // The tables may know more by now than a reader will.
-            state.isBroken = true;
-            state.counts.dropped += !isOwn;
-            return;
-        }
-        state.counts.lines += !isOwn;
-        if (MustFlush(buffer)) {
+        isWritten = WriteLines(state, buffer, length);
+        // After a failure the tables may know more than a reader will.
+        state.isBroken = !isWritten;
+        if (isWritten && MustFlush(buffer)) {
             state.channel->Flush();
         }
-        if (state.control->IsNewBlockDue()) {
+        if (isWritten && state.control->IsNewBlockDue()) {
             state.isBroken = !StartNewBlockImp(state);
         }
     } catch (...) {
         state.isBroken = true;
     }
+    return isWritten;
+}
+
+/// Ends a gap in the stream, if the channel can be written to again: asked once a second.
+bool FastLogger::Recover(LogState& state)
+{
+    if (state.channel->GetOutputStatus() != NoError) {
+        const Int32 now = TIGetTime();
+        if (now == state.lastAttempt) {
+            return false;
+        }
+        state.lastAttempt = now;
+        if (state.channel->Flush() != NoError || state.channel->GetOutputStatus() != NoError) {
+            return false;
+        }
+    }
+    return StartNewBlockImp(state);
 }
 
 bool FastLogger::MustFlush(const char* buffer) const noexcept
@@ -286,11 +308,8 @@ bool FastLogger::MustFlush(const char* buffer) const noexcept
 
 bool FastLogger::WriteLines(LogState& state, char* buffer, UInt32 length)
 {
-    if (state.isBroken) [[unlikely]] {
-        if (state.channel->GetOutputStatus() != NoError || !StartNewBlockImp(state)) {
-            return false;
-        }
-        state.isBroken = false;
+    if (state.isBroken && !Recover(state)) [[unlikely]] {
+        return false;
     }
     char* at = WriteTimeAndThread(state, state.stage.GetBegin());
     UInt32 offset = 0;
@@ -329,7 +348,7 @@ void FastLogger::Append(LogComposer& composer) noexcept
         return;
     }
     if (composer.GetLength() != 0) {
-        Log(*state, composer.GetBuffer(), composer.GetLength(), false);
+        Log(*state, composer.GetBuffer(), composer.GetLength());
     } else {
         state->droppedOutside.fetch_add(1, std::memory_order_relaxed);
     }
@@ -337,24 +356,30 @@ void FastLogger::Append(LogComposer& composer) noexcept
 
 void FastLogger::AppendStarted(const char* program) noexcept
 {
+    LogComposer composer(startedLine);
+    composer.AddString(program, static_cast<UInt32>(std::strlen(program)));
+    composer.Add(Impl::GetLogProcessId());
     LogState* const state = state_.load(std::memory_order_acquire);
-    if (state != nullptr && IsStarted()) {
-        LogComposer composer(startedLine);
-        composer.AddString(program, static_cast<UInt32>(std::strlen(program)));
-        composer.Add(Impl::GetLogProcessId());
-        Log(*state, composer.GetBuffer(), composer.GetLength(), true);
+    if (state != nullptr && composer.GetLength() != 0) {
+        const Entry entry(*state);
+        if (entry && IsStarted()) {
+            LogInside(*state, composer.GetBuffer(), composer.GetLength());
+        }
     }
 }
 
 void FastLogger::AppendStopped() noexcept
 {
     LogState* const state = state_.load(std::memory_order_acquire);
-    if (state != nullptr && IsStarted()) {
-        const LogCounts counts = GetCounts();
+    if (state == nullptr) {
+        return;
+    }
+    const Entry entry(*state);
+    if (entry && IsStarted()) {
         LogComposer composer(stoppedLine);
-        composer.Add(counts.lines);
-        composer.Add(counts.dropped);
-        Log(*state, composer.GetBuffer(), composer.GetLength(), true);
+        composer.Add(state->counts.lines);
+        composer.Add(state->counts.dropped + state->droppedOutside.load(std::memory_order_relaxed));
+        LogInside(*state, composer.GetBuffer(), composer.GetLength());
     }
 }
 
@@ -365,9 +390,8 @@ LogCounts FastLogger::GetCounts() noexcept
         return {};
     }
     const Entry entry(*state);
-    LogCounts counts = state->counts;
-    counts.dropped += state->droppedOutside.load(std::memory_order_relaxed);
-    return counts;
+    return {state->counts.lines,
+            state->counts.dropped + state->droppedOutside.load(std::memory_order_relaxed)};
 }
 
 UInt64 FastLogger::GetBlockSize() const noexcept

@@ -114,7 +114,9 @@ private:
 
     void StopImp(Impl::LogState& state) noexcept;
     bool StartNewBlockImp(Impl::LogState& state);
-    void Log(Impl::LogState& state, char* buffer, UInt32 length, bool isOwn) noexcept;
+    void Log(Impl::LogState& state, char* buffer, UInt32 length) noexcept;
+    bool LogInside(Impl::LogState& state, char* buffer, UInt32 length) noexcept;
+    bool Recover(Impl::LogState& state);
     bool MustFlush(const char* buffer) const noexcept;
     bool WriteLines(Impl::LogState& state, char* buffer, UInt32 length);
     char* WriteTimeAndThread(Impl::LogState& state, char* at);

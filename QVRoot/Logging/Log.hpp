@@ -34,7 +34,7 @@ namespace QV {
 class QV_EXPORT LogEntry {
 public:
     LogEntry(LogCategory& category, LogLevel level) noexcept
-        : category_(category.Takes(level) ? &category : nullptr)
+        : category_(category.Takes(level) && logger.IsStarted() ? &category : nullptr)
     {
     }
     ~LogEntry()

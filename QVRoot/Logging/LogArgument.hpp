@@ -1,7 +1,7 @@
 /// How values become parameters of a log line.
 ///
-/// Integers, characters, enumerations, real numbers, pointers (as integers), text of all kinds and `Guid`s
-/// are known. A type of one's own is made known by a specialization that turns it into one of them:
+/// Integers, characters, enumerations, real numbers, pointers to objects (as integers), text of all kinds and
+/// `Guid`s are known. A type of one's own is made known by a specialization that turns it into one of them:
 ///
 ///     template <>
 ///     struct QV::LogArgument<Layer> : QV::LogArgumentAs<UInt32> {
@@ -139,7 +139,8 @@ struct LogArgument<T> : LogArgumentAs<std::conditional_t<sizeof(T) == 4, float, 
 };
 
 template <class T>
-requires(!Impl::LogText8<T*> && !Impl::LogText16<T*>) struct LogArgument<T*> : LogArgumentAs<UInt64> {
+requires(std::is_void_v<T> || (std::is_class_v<T> && !Impl::LogText8<T*> &&
+                               !Impl::LogText16<T*>)) struct LogArgument<T*> : LogArgumentAs<UInt64> {
     static UInt64 Get(const volatile void* value) noexcept { return reinterpret_cast<UInt64>(value); }
 };
 

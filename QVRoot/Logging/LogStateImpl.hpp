@@ -80,6 +80,7 @@ struct LogState {
     bool hasTime = false;  ///< of the members below; cleared at a block's start
     bool isBroken = false; ///< the stream has a gap: go on with a new block
     Int32 lastTime = 0;
+    Int32 lastAttempt = 0; ///< when the channel was last asked whether it works again
     UInt32 lastMicroseconds = 0;
     UInt64 lastThread = 0; ///< 0 is nobody
     FastLogger::Control* control = nullptr;

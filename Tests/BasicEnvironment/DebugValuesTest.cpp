@@ -26,6 +26,18 @@ TEST(DebugValues, ComeFromTheFileOrAreTheDefault)
     EXPECT_TRUE(DBGetBool("Values of the tests", "negative", false));
 }
 
+TEST(DebugValues, TextsFitTheirBufferOrAreTheDefault)
+{
+    char text[6];
+    EXPECT_EQ(DBGetText("Values of the tests", "word", text, 6, "default"), 4u);
+    EXPECT_STREQ(text, "word");
+    EXPECT_EQ(DBGetText("Values of the tests", "word", text, 4, "default"), 3u);
+    EXPECT_STREQ(text, "def");
+    EXPECT_EQ(DBGetText("Values of the tests", "absent", text, 6, ""), 0u);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(DBGetText("Values of the tests", "word", nullptr, 0, "default"), 0u);
+}
+
 TEST(DebugOutput, GoesToTheSinkAndIsCut)
 {
     output.clear();

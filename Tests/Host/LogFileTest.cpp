@@ -243,7 +243,7 @@ TEST(LogFile, AKilledProcessLeavesAllThatWasFlushed)
         for (int i = 0; i < 20000 && flushes() == 0; ++i) {
             Settle(1);
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 8000));
         child.Kill();
         const std::vector<int> numbers = ReadNumbers(folder / "");
         ASSERT_GT(flushes(), 0u);

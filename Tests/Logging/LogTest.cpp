@@ -8,6 +8,19 @@
 
 #include <gtest/gtest.h>
 
+namespace {
+
+struct Layer {
+    int number;
+};
+
+} // namespace
+
+template <>
+struct QV::LogArgument<Layer> : QV::LogArgumentAs<QV::Int32> {
+    static QV::Int32 Get(const Layer& layer) { return layer.number; }
+};
+
 namespace QV {
 
 using namespace Test;
@@ -86,9 +99,9 @@ TEST(Log, EveryKindOfArgumentArrives)
            uni);
     EXPECT_EQ(log.GetLast().values, (std::vector<std::string>{"literal", "", "standard", "view", "own",
                                                               "\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD"}));
-    QV_LOG(Info, editing, "{} {} {:x}", LogDate{3}, LogTime{4}, &text);
+    QV_LOG(Info, editing, "{} {} {} {:x}", LogDate{3}, LogTime{4}, Layer{9}, &text);
     EXPECT_EQ(log.GetLast().values,
-              (std::vector<std::string>{"3", "4", std::to_string(reinterpret_cast<UInt64>(&text))}));
+              (std::vector<std::string>{"3", "4", "9", std::to_string(reinterpret_cast<UInt64>(&text))}));
     const Guid id("00112233-4455-6677-8899-AABBCCDDEEFF");
     for (int i = 0; i < 2; ++i) {
         QV_LOG(Info, editing, "{} {} {} {}", LogRepeated("literal"), LogRepeated(uni), LogRepeated(id), id);
