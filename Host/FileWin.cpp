@@ -82,8 +82,8 @@ SystemError File::CreateShared(const UniString& path)
         return ERROR_INVALID_NAME;
     }
     const DWORD sharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE | DELETE, sharing,
-                                    nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(AsWide(path.ToUStr()), GENERIC_READ | GENERIC_WRITE, sharing, nullptr,
+                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
     if (file == INVALID_HANDLE_VALUE) {
         return LastError();
     }
