@@ -61,6 +61,8 @@ SystemError RenameOver(const UniString& from, const UniString& target);
 /// The same without waiting for the disk.
 SystemError RenameQuickly(const UniString& from, const UniString& target);
 SystemError RemoveFile(const UniString& path);
+/// Whether anything has the name.
+bool Exists(const UniString& path);
 /// Makes a folder and those above it as far as they are missing, for this user alone.
 SystemError MakeFolders(const UniString& path);
 

@@ -193,6 +193,12 @@ SystemError RenameQuickly(const UniString& from, const UniString& target)
     return rename(ToSystemName(from).c_str(), ToSystemName(target).c_str()) == 0 ? 0 : errno;
 }
 
+bool Exists(const UniString& path)
+{
+    struct stat about;
+    return lstat(ToSystemName(path).c_str(), &about) == 0;
+}
+
 SystemError MakeFolders(const UniString& path)
 {
     const std::string name = ToSystemName(path);

@@ -194,6 +194,11 @@ SystemError RenameQuickly(const UniString& from, const UniString& target)
     return MoveFileExW(AsWide(source), AsWide(place), MOVEFILE_REPLACE_EXISTING) ? 0 : LastError();
 }
 
+bool Exists(const UniString& path)
+{
+    return GetFileAttributesW(AsWide(path.ToUStr())) != INVALID_FILE_ATTRIBUTES;
+}
+
 SystemError MakeFolders(const UniString& path)
 {
     if (!IsName(path)) {

@@ -145,7 +145,12 @@ UniString LogFile::MakePath(UInt32 age) const
 QVErrCode LogFile::BeginFile(Impl::SystemError* systemError)
 {
     fileLimit_ = channel_.GetSize() + std::min(fileBytes_, ~channel_.GetSize());
-    for (UInt32 age = olderFiles_; age != 0; --age) {
+    // Only up to the first name that is free: one attempt that fails after another must not push out files.
+    UInt32 age = 1;
+    while (age < olderFiles_ && Impl::Exists(MakePath(age))) {
+        ++age;
+    }
+    for (; age != 0; --age) {
         *systemError = Impl::RenameQuickly(MakePath(age - 1), MakePath(age));
         if (age == 1 && *systemError != 0 && !Impl::MeansNotFound(*systemError)) {
             return Impl::CodeForOpening(*systemError);
