@@ -1,12 +1,12 @@
 // A reader of the event log, written from docs/formats.md alone: it shares no code with the logger.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <map>
 #include <string>
 #include <string_view>
-#include <variant>
 #include <vector>
 
 namespace QV::Test {
@@ -267,35 +267,25 @@ private:
         if (type == "S" || type == "Id") {
             return isCompressed ? ReadCompressed(type == "S") : ReadPlain(type == "S");
         }
-        if (type == "I16") {
-            return std::to_string(Number<std::int16_t>());
+        static const std::map<std::string, std::string (*)(LogReader&)> numbers = {
+            {"I16", Show<std::int16_t>}, {"UI16", Show<std::uint16_t>},
+            {"I32", Show<std::int32_t>}, {"UI32", Show<std::uint32_t>},
+            {"I64", Show<std::int64_t>}, {"UI64", Show<std::uint64_t>},
+            {"F", Show<float>},          {"D", Show<double>},
+            {"Dt", Show<std::int32_t>},  {"T", Show<std::int32_t>},
+        };
+        const auto number = numbers.find(type);
+        if (number != numbers.end()) {
+            return number->second(*this);
         }
-        if (type == "UI16") {
-            return std::to_string(Number<std::uint16_t>());
-        }
-        if (type == "I32" || type == "Dt" || type == "T") {
-            return std::to_string(Number<std::int32_t>());
-        }
-        if (type == "UI32") {
-            return std::to_string(Number<std::uint32_t>());
-        }
-        if (type == "I64") {
-            return std::to_string(Number<std::int64_t>());
-        }
-        if (type == "UI64") {
-            return std::to_string(Number<std::uint64_t>());
-        }
-        if (type == "F") {
-            return std::to_string(Number<float>());
-        }
-        if (type == "D") {
-            return std::to_string(Number<double>());
-        }
-        if (type == "C") {
-            return std::string(Take(1));
-        }
-        Require(type.empty());
-        return {};
+        Require(type.empty() || type == "C");
+        return std::string(Take(type.size()));
+    }
+
+    template <class T>
+    static std::string Show(LogReader& reader)
+    {
+        return std::to_string(reader.Number<T>());
     }
 
     std::string_view bytes_;
