@@ -13,6 +13,7 @@
 namespace QV {
 
 using Impl::LogState;
+using Impl::Put;
 
 constinit FastLogger logger;
 
@@ -20,21 +21,14 @@ std::atomic<bool> FastLogger::logDataLines = true;
 
 namespace {
 
-constexpr EventLogLine MakeOwnLine(UInt16 id, const LogParameter* params, UInt16 count, const char* format,
-                                   const char* name)
-{
-    EventLogLine line = {id, 0, params, count, format, "QVRoot", name};
-    return line;
-}
-
 constexpr LogParameter startedParameters[] = {{LogType::String, 0}, {LogType::UInt32, 0}};
-constexpr EventLogLine startedLine = MakeOwnLine(
+constexpr EventLogLine startedLine = Impl::MakeOwnLogLine(
     Impl::StartedLine, startedParameters, 2, "{program} started logging in process {process}", "LogStarted");
 
 constexpr LogParameter stoppedParameters[] = {{LogType::UInt64, 0}, {LogType::UInt64, 0}};
 constexpr EventLogLine stoppedLine =
-    MakeOwnLine(Impl::StoppedLine, stoppedParameters, 2,
-                "logging stopped after {lines} lines, {dropped} dropped", "LogStopped");
+    Impl::MakeOwnLogLine(Impl::StoppedLine, stoppedParameters, 2,
+                         "logging stopped after {lines} lines, {dropped} dropped", "LogStopped");
 
 /// Seconds that local time is ahead of UTC.
 Int32 GetLocalOffset(Int32 time) noexcept
@@ -56,13 +50,6 @@ const Guid& GetRunId() noexcept
         return fresh;
     }();
     return id;
-}
-
-template <class T>
-char* Put(char* at, const T& value) noexcept
-{
-    std::memcpy(at, &value, sizeof(T));
-    return at + sizeof(T);
 }
 
 bool WriteOut(LogState& state, const char* begin, const char* end)

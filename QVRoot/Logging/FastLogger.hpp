@@ -60,7 +60,7 @@ public:
     FastLogger& operator=(const FastLogger&) = delete;
 
     /// Begins to log with a first block. Both must live until `Stop` has returned. A log that is running is
-    /// stopped first.
+    /// stopped first. From within the logger this does nothing, nor does `Stop`.
     void Start(Control& control, OChannel& channel);
     /// Flushes the channel and ends. Lines that other threads are about to log then are lost.
     void Stop() noexcept;

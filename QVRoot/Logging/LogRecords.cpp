@@ -5,7 +5,6 @@
 #include <QVRoot/BasicEnvironment/QVTime.hpp>
 #include <QVRoot/Logging/LogStateImpl.hpp>
 #include <QVRoot/Logging/LogSystemImpl.hpp>
-#include <QVRoot/String/Unicode.hpp>
 #include <QVRoot/Threading/ThreadImpl.hpp>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 namespace QV {
 
 using Impl::LogState;
+using Impl::Put;
 
 namespace {
 
@@ -34,25 +34,12 @@ constexpr const char* levelWords[] = {"",      "trace", "debug", "info", "warnin
                                       "error", "fatal", "off",   "data"};
 
 constexpr LogParameter timeMarkParameters[] = {{LogType::UInt32, 0}};
-constexpr EventLogLine MakeTimeMarkLine()
-{
-    EventLogLine line = {Impl::TimeMarkLine,  0,        timeMarkParameters, 1,
-                         "{microseconds} us", "QVRoot", "LogTime"};
-    line.plainSize = 4;
-    return line;
-}
-constexpr EventLogLine timeMarkLine = MakeTimeMarkLine();
+constexpr EventLogLine timeMarkLine =
+    Impl::MakeOwnLogLine(Impl::TimeMarkLine, timeMarkParameters, 1, "{microseconds} us", "LogTime");
 
 constexpr LogParameter threadNameParameters[] = {{LogType::UInt64, 0}, {LogType::String, 0}};
-constexpr EventLogLine threadNameLine = {Impl::ThreadNameLine,    0,        threadNameParameters, 2,
-                                         "thread {id} is {name}", "QVRoot", "LogThread"};
-
-template <class T>
-char* Put(char* at, const T& value) noexcept
-{
-    std::memcpy(at, &value, sizeof(T));
-    return at + sizeof(T);
-}
+constexpr EventLogLine threadNameLine =
+    Impl::MakeOwnLogLine(Impl::ThreadNameLine, threadNameParameters, 2, "thread {id} is {name}", "LogThread");
 
 char* PutBytes(char* at, const void* bytes, USize n) noexcept
 {

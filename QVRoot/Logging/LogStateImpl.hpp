@@ -104,6 +104,20 @@ enum LogLineNumber : UInt16 {
     SharedLine = 0xFFFF, ///< of all those that came too late for a number: always sent with descriptor
 };
 
+constexpr EventLogLine MakeOwnLogLine(UInt16 id, const LogParameter* parameters, UInt16 count,
+                                      const char* format, const char* name) noexcept
+{
+    return {id, 0, parameters, count, format, "QVRoot", name};
+}
+
+/// Puts a value as it is in memory and answers the place behind it.
+template <class T>
+char* Put(char* at, const T& value) noexcept
+{
+    std::memcpy(at, &value, sizeof(T));
+    return at + sizeof(T);
+}
+
 /// The hash of a compressed string: a polynomial over its signed characters, modulo 2^64.
 UInt64 HashLogString(const char* text, UInt32 length) noexcept;
 
