@@ -1,9 +1,11 @@
+#include <QVRoot/BasicEnvironment/DebugValues.hpp>
 #include <QVRoot/BasicEnvironment/ErrorReporting.hpp>
 #include <QVRoot/BasicEnvironment/ErrorStatus.hpp>
 #include <QVRoot/Logging/Log.hpp>
 #include <QVRoot/Logging/LogBlockControl.hpp>
 #include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniString.hpp>
+#include <QVRoot/Threading/Thread.hpp>
 #include <Tests/Logging/LogTestTools.hpp>
 
 #include <gtest/gtest.h>
@@ -137,6 +139,9 @@ TEST(Log, LevelsDecideWhatIsLogged)
     editing.SetLevel(LogLevel::Info);
     EXPECT_EQ(ParseLogLevel("warning"), LogLevel::Warning);
     EXPECT_EQ(ParseLogLevel("Warning"), LogLevel::None);
+    char word[8];
+    DBGetText("QVRoot\\Logging\\Levels", "test.chosen", word, sizeof(word), "info");
+    EXPECT_EQ(LogCategory("test.chosen").GetLevel(), ParseLogLevel(word));
 }
 
 TEST(Log, AnEntryIsOneWithItsData)
@@ -199,6 +204,15 @@ TEST(Log, BlocksEndBySizeAndAge)
     logger.Stop();
     EXPECT_EQ(channel.Read().blocks, 4u);
     EXPECT_EQ(channel.Read().lines.size(), 100u);
+    LogChannel second;
+    LogBlockControl byAge({.seconds = 1});
+    logger.Start(byAge, second);
+    QV_LOG(Info, editing, "now");
+    EXPECT_EQ(second.Read().blocks, 1u);
+    Thread::Sleep(1100);
+    QV_LOG(Info, editing, "later");
+    EXPECT_EQ(second.Read().blocks, 2u);
+    logger.Stop();
 }
 
 } // namespace QV
