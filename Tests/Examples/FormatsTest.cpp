@@ -7,6 +7,7 @@
 #include <QVRoot/Channel/Subchannels/ChunkedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/Subchannels/LengthDeterminedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/TextOProtocol.hpp>
+#include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Logging/FastLogger.hpp>
 #include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
