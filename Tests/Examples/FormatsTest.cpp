@@ -4,10 +4,10 @@
 #include <Examples/Tour/Document.hpp>
 #include <Host/MarkingMemOChannel.hpp>
 #include <QVRoot/Channel/OBinaryChannelAdapter.hpp>
+#include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Channel/Subchannels/ChunkedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/Subchannels/LengthDeterminedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/TextOProtocol.hpp>
-#include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Logging/FastLogger.hpp>
 #include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
