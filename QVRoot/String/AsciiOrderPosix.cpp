@@ -193,7 +193,7 @@ void AsciiOrder::Learn(const UCollator* collator) noexcept
     RankLetters(collator, ranks_);
     ForgetIgnored(primary.Get(), letters_);
     usable_ = HasNoAccents(secondary.Get(), letters_);
-    foldable_ = std::equal(letters_ + 'A', letters_ + 'Z' + 1, letters_ + 'a');
+    foldable_ = std::equal(&letters_['A'], &letters_['Z' + 1], &letters_['a']);
     UErrorCode error = U_ZERO_ERROR;
     numeric_ = ucol_getAttribute(collator, UCOL_NUMERIC_COLLATION, &error) == UCOL_ON;
 }
