@@ -4,22 +4,6 @@
 
 namespace QV {
 
-namespace {
-
-/// The lock's class is known here, so that nothing goes through virtual calls.
-class SpinLockGuard {
-public:
-    explicit SpinLockGuard(SpinLock& lock) : lock_(lock) { lock_.Acquire(); }
-    ~SpinLockGuard() { lock_.Release(); }
-    SpinLockGuard(const SpinLockGuard&) = delete;
-    SpinLockGuard& operator=(const SpinLockGuard&) = delete;
-
-private:
-    SpinLock& lock_;
-};
-
-} // namespace
-
 ThreadSafeFixedAllocator::ThreadSafeFixedAllocator(USize objectSize, bool releaseEmptyPages,
                                                    AllocationPolicy policy)
     : FixedAllocator(objectSize, releaseEmptyPages, true, nullptr)
@@ -46,7 +30,7 @@ inline void* ThreadSafeFixedAllocator::TakeAndCount(Page* page) noexcept
 void* ThreadSafeFixedAllocator::AllocateAndIncreaseSize()
 {
     {
-        const SpinLockGuard guard(lock_);
+        const SpinLock::Guard guard(lock_);
         Page* page = firstPage_;
         if (page == nullptr || page->freeBlocks == nullptr) [[unlikely]] {
             page = FindPage();
@@ -63,14 +47,14 @@ void* ThreadSafeFixedAllocator::AllocateAndIncreaseSize()
 void* ThreadSafeFixedAllocator::AllocateFromNewPage()
 {
     Page* const page = CreatePage();
-    const SpinLockGuard guard(lock_);
+    const SpinLock::Guard guard(lock_);
     AddPage(page);
     return TakeAndCount(page);
 }
 
 void ThreadSafeFixedAllocator::DeallocateAndDecreaseSize(Page* page, void* block)
 {
-    const SpinLockGuard guard(lock_);
+    const SpinLock::Guard guard(lock_);
     if (owner_ != nullptr) {
         owner_->AddBytes(0 - objectSize_);
     }
@@ -79,7 +63,7 @@ void ThreadSafeFixedAllocator::DeallocateAndDecreaseSize(Page* page, void* block
 
 void ThreadSafeFixedAllocator::Purge()
 {
-    const SpinLockGuard guard(lock_);
+    const SpinLock::Guard guard(lock_);
     FixedAllocator::Purge();
 }
 

@@ -8,12 +8,24 @@ namespace QV {
 
 SpinLock::~SpinLock() = default;
 
-void SpinLock::AcquireContended() noexcept
+void SpinLock::Acquire(bool)
 {
-    Impl::BusyWait wait;
-    do {
+    for (Impl::BusyWait wait; !AtomicCompareAndSwap(&flag_, 0, 1);) {
         wait.Yield();
-    } while (!AtomicCompareAndSwap(&flag_, 0, 1));
+    }
+}
+
+bool SpinLock::TryAcquire(UInt32 timeoutMs, bool, UInt32* remaining)
+{
+    if (remaining != nullptr) {
+        *remaining = timeoutMs;
+    }
+    return AtomicCompareAndSwap(&flag_, 0, 1);
+}
+
+void SpinLock::Release()
+{
+    AtomicStore(&flag_, 0);
 }
 
 ReentrantSpinLock::~ReentrantSpinLock() = default;

@@ -18,25 +18,29 @@ public:
 
     using Lockable::TryAcquire;
 
-    void Acquire(bool = false) override
-    {
-        if (!AtomicCompareAndSwap(&flag_, 0, 1)) [[unlikely]] {
-            AcquireContended();
-        }
-    }
-    bool TryAcquire(UInt32 timeoutMs, bool = false, UInt32* remaining = nullptr) override
-    {
-        if (remaining != nullptr) {
-            *remaining = timeoutMs;
-        }
-        return AtomicCompareAndSwap(&flag_, 0, 1);
-    }
+    void Acquire(bool interruptible = false) override;
+    bool TryAcquire(UInt32 timeoutMs, bool interruptible = false, UInt32* remaining = nullptr) override;
     /// By another thread, this silently frees the lock.
-    void Release() override { AtomicStore(&flag_, 0); }
+    void Release() override;
+
+    /// Holds a lock for the length of a scope, and costs no call as long as nobody else wants it.
+    class Guard {
+    public:
+        explicit Guard(SpinLock& lock) : lock_(lock)
+        {
+            if (!AtomicCompareAndSwap(&lock_.flag_, 0, 1)) [[unlikely]] {
+                lock_.Acquire();
+            }
+        }
+        ~Guard() { AtomicStore(&lock_.flag_, 0); }
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+
+    private:
+        SpinLock& lock_;
+    };
 
 private:
-    void AcquireContended() noexcept;
-
     Int32 flag_ = 0;
 };
 
