@@ -119,6 +119,7 @@ public:
             scenario->Check();
         }
         EXPECT_GT(steps, players_.size());
+        testing::Test::RecordProperty("steps", static_cast<int>(steps));
     }
 
 private:

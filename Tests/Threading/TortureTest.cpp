@@ -201,11 +201,13 @@ public:
             player.doing = "waits";
             condition_.Wait(false);
             EXPECT_TRUE(isNotified);
+            --underWay_;
         } else if (player.Chance(16)) {
             NotifyAll();
         } else if (!waiting_.empty()) {
             *waiting_.front() = true;
             waiting_.pop_front();
+            ++underWay_;
             condition_.Notify();
         }
     }
@@ -217,8 +219,13 @@ public:
     }
 
 private:
+    // Not as long as a notification is under way: that must not need any help.
     void NotifyAll()
     {
+        if (underWay_ != 0) {
+            return;
+        }
+        underWay_ = waiting_.size();
         for (bool* const isNotified : waiting_) {
             *isNotified = true;
         }
@@ -231,6 +238,7 @@ private:
     Condition condition_{lock_};
     std::size_t places_;
     std::deque<bool*> waiting_;
+    std::size_t underWay_ = 0;
 };
 
 class Breaking : public Scenario {
