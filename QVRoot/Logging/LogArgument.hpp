@@ -38,25 +38,30 @@ LogRepeatedValue<T> LogRepeated(const T& value) noexcept
 
 namespace Impl {
 
-/// The library's type with the size and sign of another one.
-template <USize Size, bool IsSigned>
-struct LogInteger;
-template <bool IsSigned>
-struct LogInteger<2, IsSigned> {
-    using Type = std::conditional_t<IsSigned, Int16, UInt16>;
-};
-template <bool IsSigned>
-struct LogInteger<4, IsSigned> {
-    using Type = std::conditional_t<IsSigned, Int32, UInt32>;
-};
-template <bool IsSigned>
-struct LogInteger<8, IsSigned> {
-    using Type = std::conditional_t<IsSigned, Int64, UInt64>;
-};
-/// Single bytes that are numbers, and truth values, have no type of their own.
-template <bool IsSigned>
-struct LogInteger<1, IsSigned> : LogInteger<2, IsSigned> {
-};
+template <class T>
+concept LogNumber = std::is_arithmetic_v<T> || std::is_enum_v<T>;
+
+/// What may be logged by its address.
+template <class T>
+concept LogObject = std::is_void_v<T> || std::is_class_v<T>;
+
+/// The type that the log has for a number: that of its size, or the next larger one.
+template <LogNumber T>
+consteval auto FindLogNumberType()
+{
+    if constexpr (std::is_floating_point_v<T>) {
+        return std::conditional_t<sizeof(T) == sizeof(float), float, double>();
+    } else if constexpr (std::is_enum_v<T>) {
+        return FindLogNumberType<std::underlying_type_t<T>>();
+    } else if constexpr (std::is_signed_v<T>) {
+        return std::conditional_t<sizeof(T) <= 2, Int16, std::conditional_t<sizeof(T) == 4, Int32, Int64>>();
+    } else {
+        return std::conditional_t<sizeof(T) <= 2, UInt16,
+                                  std::conditional_t<sizeof(T) == 4, UInt32, UInt64>>();
+    }
+}
+template <LogNumber T>
+using LogNumberType = decltype(FindLogNumberType<T>());
 
 template <class Wire>
 constexpr UInt32 GetLogType() noexcept
@@ -119,28 +124,13 @@ struct LogArgument<char> : LogArgumentAs<char> {
     static char Get(char value) noexcept { return value; }
 };
 
-template <class T>
-requires std::integral<T> || std::is_enum_v<T>
-struct LogArgument<T>
-    : LogArgumentAs<typename Impl::LogInteger<sizeof(T), static_cast<T>(-1) < static_cast<T>(0)>::Type> {
-    static auto Get(T value) noexcept
-    {
-        return static_cast<
-            typename Impl::LogInteger<sizeof(T), static_cast<T>(-1) < static_cast<T>(0)>::Type>(value);
-    }
+template <Impl::LogNumber T>
+struct LogArgument<T> : LogArgumentAs<Impl::LogNumberType<T>> {
+    static auto Get(T value) noexcept { return static_cast<Impl::LogNumberType<T>>(value); }
 };
 
-template <std::floating_point T>
-struct LogArgument<T> : LogArgumentAs<std::conditional_t<sizeof(T) == 4, float, double>> {
-    static auto Get(T value) noexcept
-    {
-        return static_cast<std::conditional_t<sizeof(T) == 4, float, double>>(value);
-    }
-};
-
-template <class T>
-requires(std::is_void_v<T> || (std::is_class_v<T> && !Impl::LogText8<T*> &&
-                               !Impl::LogText16<T*>)) struct LogArgument<T*> : LogArgumentAs<UInt64> {
+template <Impl::LogObject T>
+struct LogArgument<T*> : LogArgumentAs<UInt64> {
     static UInt64 Get(const volatile void* value) noexcept { return reinterpret_cast<UInt64>(value); }
 };
 

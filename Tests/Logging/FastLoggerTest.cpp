@@ -429,8 +429,9 @@ TEST(FastLogger, StartsAgainAndSaysWhatBecameOfTheLines)
     LogChannel second;
     test.log.Start(test.control, second);
     test.log.Append(line);
+    test.log.Stop();
     EXPECT_EQ(second.Read().lines.size(), 1u);
-    EXPECT_EQ(test.control.calls, "started block stopped started block ");
+    EXPECT_EQ(test.control.calls, "started block stopped started block stopped ");
 }
 
 } // namespace QV
