@@ -10,6 +10,7 @@ IChannel::IChannel(const IChannel& other) noexcept : IChannel(*other.protocol_)
 IChannel& IChannel::operator=(const IChannel& other) noexcept
 {
     protocol_ = other.protocol_;
+    CloseWindow();
     ownContext_ = other.ownContext_;
     context_ = other.context_ == &other.ownContext_ ? &ownContext_ : other.context_;
     return *this;
@@ -51,6 +52,7 @@ bool IChannel::IsEOI()
 void IChannel::SetInputProtocol(IProtocol& protocol)
 {
     protocol_ = &protocol;
+    windowEnd_ = nullptr; // the channel knows where it stands, and opens the next one
 }
 
 void IChannel::SetInputContext(SerializationContext& context)

@@ -18,7 +18,13 @@
 #include <QVRoot/Channel/IProtocol.hpp>
 #include <QVRoot/ObjectModel/SerializationContext.hpp>
 
+#include <cstring>
+
 namespace QV {
+
+namespace Impl {
+struct MemImage;
+}
 
 class QV_EXPORT IChannel {
 public:
@@ -56,22 +62,22 @@ public:
     IProtocol& GetInputProtocol() const noexcept { return *protocol_; }
     SerializationContext& GetInputContext() const noexcept { return *context_; }
 
-    /// Read one value through the protocol; a value that cannot be read stays as it was. Text goes into the
-    /// caller's buffer, which nothing bounds.
-    QVErrCode Read(char& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(unsigned char& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(short& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(unsigned short& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(int& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(unsigned int& value) { return protocol_->Read(*this, value); }
+    /// Read one value through the protocol, or as its image where that is the same (`OpenWindow`). A value
+    /// that cannot be read stays as it was. Text goes into the caller's buffer, which nothing bounds.
+    QVErrCode Read(char& value) { return ReadScalar(value); }
+    QVErrCode Read(unsigned char& value) { return ReadScalar(value); }
+    QVErrCode Read(short& value) { return ReadScalar(value); }
+    QVErrCode Read(unsigned short& value) { return ReadScalar(value); }
+    QVErrCode Read(int& value) { return ReadScalar(value); }
+    QVErrCode Read(unsigned int& value) { return ReadScalar(value); }
     QVErrCode Read(long& value) { return protocol_->Read(*this, value); }
     QVErrCode Read(unsigned long& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(Int64& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(UInt64& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(float& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(double& value) { return protocol_->Read(*this, value); }
+    QVErrCode Read(Int64& value) { return ReadScalar(value); }
+    QVErrCode Read(UInt64& value) { return ReadScalar(value); }
+    QVErrCode Read(float& value) { return ReadScalar(value); }
+    QVErrCode Read(double& value) { return ReadScalar(value); }
     QVErrCode Read(long double& value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(bool& value) { return protocol_->Read(*this, value); }
+    QVErrCode Read(bool& value) { return ReadScalar(value); }
     QVErrCode Read(char* value) { return protocol_->Read(*this, value); }
     QVErrCode Read(Guid& value) { return protocol_->Read(*this, value); }
     QVErrCode Read(Object& value) { return protocol_->Read(*this, value); }
@@ -86,8 +92,49 @@ protected:
     IChannel(const IChannel& other) noexcept;
     IChannel& operator=(const IChannel& other) noexcept;
 
+    /// Opens the channel's memory to scalars: from `next` to `end` they are taken as their images, past
+    /// protocol and `ReadBin`. Only for a channel that is sound, whose protocol is exactly the native one,
+    /// and whose operations no derived class changes.
+    void OpenWindow(const char* next, const char* end) noexcept
+    {
+        windowNext_ = next;
+        windowEnd_ = end;
+    }
+    /// Where the next byte comes from; null when no window was opened. A window that was shut by another
+    /// protocol still tells.
+    const char* GetWindowNext() const noexcept { return windowNext_; }
+    void CloseWindow() noexcept { OpenWindow(nullptr, nullptr); }
+
 private:
+    friend struct Impl::MemImage;
+
+    template <class T>
+    QVErrCode ReadScalar(T& value)
+    {
+        if (const char* const image = TakeWindow(sizeof(value))) [[likely]] {
+            std::memcpy(&value, image, sizeof(value));
+            return NoError;
+        }
+        return protocol_->Read(*this, value);
+    }
+
+    /// The next n bytes of the window; null when it is shut or has not as many.
+    const char* TakeWindow(USize n) noexcept
+    {
+        const char* const image = LookIntoWindow(n);
+        windowNext_ += image == nullptr ? 0 : n;
+        return image;
+    }
+    const char* LookIntoWindow(USize n) const noexcept
+    {
+        // As numbers: a window that is shut ends at null.
+        const USize end = reinterpret_cast<USize>(windowNext_) + n;
+        return end > reinterpret_cast<USize>(windowEnd_) ? nullptr : windowNext_;
+    }
+
     IProtocol* protocol_;
+    const char* windowNext_ = nullptr;
+    const char* windowEnd_ = nullptr;
     SerializationContext* context_;
     SerializationContext ownContext_;
 };

@@ -17,12 +17,13 @@ IMemChannel::IMemChannel(const IMemChannel& other) : IChannel(other)
 
 IMemChannel& IMemChannel::operator=(const IMemChannel& other)
 {
+    const char* const current = other.GetCurrent();
     IChannel::operator=(other);
     if (&other.GetInputProtocol() == &other.ownProtocol_) {
         SetInputProtocol(ownProtocol_);
     }
     begin_ = other.begin_;
-    current_ = other.current_;
+    current_ = current;
     end_ = other.end_;
     status_ = other.status_;
     return *this;
@@ -30,8 +31,16 @@ IMemChannel& IMemChannel::operator=(const IMemChannel& other)
 
 IMemChannel::~IMemChannel() = default;
 
+/// Takes back what a window has passed over, and closes it.
+void IMemChannel::Settle() noexcept
+{
+    current_ = GetCurrent();
+    CloseWindow();
+}
+
 QVErrCode IMemChannel::ReadBin(char* dest, UInt32 n, UInt32* got)
 {
+    Settle();
     if (status_ != NoError) {
         return status_;
     }
@@ -67,6 +76,7 @@ QVErrCode IMemChannel::PushBack(const char*, UInt32)
 
 QVErrCode IMemChannel::Skip(UInt64 n, UInt64* skipped)
 {
+    Settle();
     if (status_ != NoError) {
         return status_;
     }
@@ -94,7 +104,7 @@ QVErrCode IMemChannel::GetInputPosition(UInt64*) const
 
 QVErrCode IMemChannel::GetAvailable(UInt64* n) const
 {
-    *n = static_cast<UInt64>(end_ - current_);
+    *n = static_cast<UInt64>(end_ - GetCurrent());
     return NoError;
 }
 

@@ -15,10 +15,6 @@
 
 namespace QV {
 
-namespace Impl {
-struct MemImage;
-}
-
 class QV_EXPORT IMemChannel : public IChannel {
 public:
     /// A negative size counts as 0.
@@ -46,6 +42,13 @@ public:
 
 private:
     friend struct Impl::MemImage;
+
+    /// Where the next byte comes from: an open window is ahead of `current_`.
+    const char* GetCurrent() const noexcept
+    {
+        return GetWindowNext() != nullptr ? GetWindowNext() : current_;
+    }
+    void Settle() noexcept;
 
     IMemProtocol ownProtocol_;
     const char* begin_;

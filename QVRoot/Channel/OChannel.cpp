@@ -14,6 +14,7 @@ OChannel::OChannel(const OChannel& other) noexcept : OChannel(*other.protocol_)
 OChannel& OChannel::operator=(const OChannel& other) noexcept
 {
     protocol_ = other.protocol_;
+    CloseWindow();
     ownContext_ = other.ownContext_;
     context_ = other.context_ == &other.ownContext_ ? &ownContext_ : other.context_;
     return *this;
@@ -29,6 +30,7 @@ QVErrCode OChannel::Flush()
 void OChannel::SetOutputProtocol(OProtocol& protocol)
 {
     protocol_ = &protocol;
+    windowEnd_ = nullptr; // what is in the window stays; the channel opens the next one
 }
 
 void OChannel::SetOutputContext(SerializationContext& context)

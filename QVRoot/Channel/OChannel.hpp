@@ -18,7 +18,13 @@
 #include <QVRoot/Channel/OProtocol.hpp>
 #include <QVRoot/ObjectModel/SerializationContext.hpp>
 
+#include <cstring>
+
 namespace QV {
+
+namespace Impl {
+struct MemImage;
+}
 
 class IChannel;
 
@@ -52,21 +58,21 @@ public:
     OProtocol& GetOutputProtocol() const noexcept { return *protocol_; }
     SerializationContext& GetOutputContext() const noexcept { return *context_; }
 
-    /// Write one value through the protocol.
-    QVErrCode Write(char value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(unsigned char value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(short value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(unsigned short value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(int value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(unsigned int value) { return protocol_->Write(*this, value); }
+    /// Write one value through the protocol, or as its image where that is the same (`OpenWindow`).
+    QVErrCode Write(char value) { return WriteScalar(value); }
+    QVErrCode Write(unsigned char value) { return WriteScalar(value); }
+    QVErrCode Write(short value) { return WriteScalar(value); }
+    QVErrCode Write(unsigned short value) { return WriteScalar(value); }
+    QVErrCode Write(int value) { return WriteScalar(value); }
+    QVErrCode Write(unsigned int value) { return WriteScalar(value); }
     QVErrCode Write(long value) { return protocol_->Write(*this, value); }
     QVErrCode Write(unsigned long value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(Int64 value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(UInt64 value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(float value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(double value) { return protocol_->Write(*this, value); }
+    QVErrCode Write(Int64 value) { return WriteScalar(value); }
+    QVErrCode Write(UInt64 value) { return WriteScalar(value); }
+    QVErrCode Write(float value) { return WriteScalar(value); }
+    QVErrCode Write(double value) { return WriteScalar(value); }
     QVErrCode Write(long double value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(bool value) { return protocol_->Write(*this, value); }
+    QVErrCode Write(bool value) { return WriteScalar(value); }
     QVErrCode Write(const char* value) { return protocol_->Write(*this, value); }
     QVErrCode Write(const void* value) { return protocol_->Write(*this, value); }
     QVErrCode Write(const Guid& value) { return protocol_->Write(*this, value); }
@@ -101,8 +107,47 @@ protected:
     OChannel(const OChannel& other) noexcept;
     OChannel& operator=(const OChannel& other) noexcept;
 
+    /// Opens the channel's memory to scalars: from `next` to `end` they are put there as their images, past
+    /// protocol and `WriteBin`. Only for a channel that is sound, whose protocol is exactly the native one,
+    /// and whose operations no derived class changes.
+    void OpenWindow(char* next, char* end) noexcept
+    {
+        windowNext_ = next;
+        windowEnd_ = end;
+    }
+    /// Where the next byte goes; null when no window was opened. A window that was shut by another protocol
+    /// still tells.
+    char* GetWindowNext() const noexcept { return windowNext_; }
+    void CloseWindow() noexcept { OpenWindow(nullptr, nullptr); }
+
 private:
+    friend struct Impl::MemImage;
+
+    template <class T>
+    QVErrCode WriteScalar(T value)
+    {
+        if (char* const image = TakeWindow(sizeof(value))) [[likely]] {
+            std::memcpy(image, &value, sizeof(value));
+            return NoError;
+        }
+        return protocol_->Write(*this, value);
+    }
+
+    /// The next n bytes of the window; null when it is shut or has not as many.
+    char* TakeWindow(USize n) noexcept
+    {
+        // As numbers: a window that is shut ends at null.
+        if (reinterpret_cast<USize>(windowNext_) + n > reinterpret_cast<USize>(windowEnd_)) {
+            return nullptr;
+        }
+        char* const image = windowNext_;
+        windowNext_ += n;
+        return image;
+    }
+
     OProtocol* protocol_;
+    char* windowNext_ = nullptr;
+    char* windowEnd_ = nullptr;
     SerializationContext* context_;
     SerializationContext ownContext_;
 };

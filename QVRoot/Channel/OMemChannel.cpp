@@ -54,8 +54,22 @@ OMemChannel::~OMemChannel()
     DropBuffer();
 }
 
+UInt32 OMemChannel::GetByteCount() const noexcept
+{
+    const char* const next = GetWindowNext();
+    return next == nullptr ? buffer_.count : static_cast<UInt32>(next - *buffer_.handle) - 1;
+}
+
+/// Counts what a window has taken, and closes it.
+void OMemChannel::Settle() noexcept
+{
+    buffer_.count = GetByteCount();
+    CloseWindow();
+}
+
 QVErrCode OMemChannel::WriteBin(const char* src, UInt32 n, UInt32* written)
 {
+    Settle();
     if (status_ != NoError) {
         return status_;
     }
@@ -117,7 +131,7 @@ void OMemChannel::ResetOutputStatus()
 
 UInt32 OMemChannel::DataSize() const
 {
-    return status_ == NoError ? buffer_.count : 0;
+    return status_ == NoError ? GetByteCount() : 0;
 }
 
 char* OMemChannel::LockData()
@@ -177,12 +191,14 @@ void OMemChannel::CopyBytesOf(const OMemChannel& other)
         return;
     }
     buffer_ = other.buffer_;
+    buffer_.count = other.GetByteCount();
     buffer_.handle = handle;
     std::memcpy(*handle, *other.buffer_.handle, buffer_.count + 1);
 }
 
 void OMemChannel::DropBuffer() noexcept
 {
+    CloseWindow();
     BMKillHandle(&buffer_.handle);
     buffer_ = Buffer();
 }

@@ -18,10 +18,6 @@
 
 namespace QV {
 
-namespace Impl {
-struct MemImage;
-}
-
 class QV_EXPORT OMemChannel : public OChannel {
 public:
     /// An empty channel with 4096 bytes allocated. Without memory it is as after a failed write and reset.
@@ -61,6 +57,9 @@ private:
         QVHandle handle = nullptr;
     };
 
+    /// The bytes written: an open window is ahead of the buffer's count.
+    UInt32 GetByteCount() const noexcept;
+    void Settle() noexcept;
     QVErrCode StartBuffer();
     QVErrCode ReserveBytes(UInt32 n);
     void CopyBytesOf(const OMemChannel& other);

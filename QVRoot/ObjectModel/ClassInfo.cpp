@@ -3,15 +3,7 @@
 #include <QVRoot/Channel/OChannel.hpp>
 #include <QVRoot/ObjectModel/ClassInfo.hpp>
 
-#include <atomic>
-
 namespace QV {
-
-namespace {
-
-constinit std::atomic<UInt32> outputVersion = 0;
-
-} // namespace
 
 QVErrCode ClassVersion::Read(IChannel& ic)
 {
@@ -35,16 +27,6 @@ QVErrCode ClassType::Write(OChannel& oc) const
 {
     const QVErrCode error = oc.Write(creator);
     return error != NoError ? error : oc.Write(type);
-}
-
-UInt32 ClassManager::GetOutputVersion() noexcept
-{
-    return outputVersion.load(std::memory_order_relaxed);
-}
-
-void ClassManager::SetOutputVersion(UInt32 version) noexcept
-{
-    outputVersion.store(version, std::memory_order_relaxed);
 }
 
 } // namespace QV

@@ -1,4 +1,4 @@
-/// How a persistent class describes itself, and the registry's choice of the version that is written.
+/// How a persistent class describes itself.
 ///
 ///     const ClassInfo& Wall::GetStaticClassInfo()
 ///     {
@@ -6,8 +6,9 @@
 ///         return info;
 ///     }
 ///
-/// Threads: class records are constant; the registry may be used from any thread. Errors: reading and writing
-/// return codes. Allocation: the registry's list.
+/// A class that is to be created by its identifier is registered besides: see `ClassManager`.
+///
+/// Threads: class records are constant. Errors: reading and writing return codes. Allocation: none.
 #pragma once
 
 #include <QVRoot/Utilities/Guid.hpp>
@@ -28,7 +29,7 @@ struct QV_EXPORT ClassVersion {
 
 static_assert(sizeof(ClassVersion) == 2);
 
-/// A class's type: two numbers that the application chooses.
+/// A class's type: two numbers that the application chooses. Both zero: none.
 struct QV_EXPORT ClassType {
     UInt32 creator = 0;
     UInt32 type = 0;
@@ -42,6 +43,7 @@ struct QV_EXPORT ClassType {
 
 static_assert(sizeof(ClassType) == 8);
 
+/// Name, type, identifier and versions of a persistent class.
 class ClassInfo {
 public:
     /// The name is kept as a pointer and must live for ever. `old` is the version that is written when an
@@ -64,13 +66,6 @@ private:
     Guid id_;
     ClassVersion current_;
     ClassVersion old_;
-};
-
-class QV_EXPORT ClassManager {
-public:
-    /// 0, the start value: classes write their current version. Any other value: their old version.
-    static UInt32 GetOutputVersion() noexcept;
-    static void SetOutputVersion(UInt32 version) noexcept;
 };
 
 } // namespace QV

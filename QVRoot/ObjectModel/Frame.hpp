@@ -25,7 +25,7 @@
 /// none.
 #pragma once
 
-#include <QVRoot/ObjectModel/ClassInfo.hpp>
+#include <QVRoot/ObjectModel/ClassManager.hpp>
 
 namespace QV {
 

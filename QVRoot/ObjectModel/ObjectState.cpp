@@ -2,13 +2,14 @@
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
 #include <QVRoot/ObjectModel/ObjectState.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace QV {
 
 ObjectState::ObjectState(const ObjectState& other)
-    : kind_(other.kind_), integer_(other.integer_), string_(other.string_), children_(other.children_),
-      names_(other.names_)
+    : kind_(other.kind_), depth_(other.depth_), integer_(other.integer_), string_(other.string_),
+      children_(other.children_), names_(other.names_)
 {
 }
 
@@ -34,6 +35,7 @@ ObjectState& ObjectState::operator=(ObjectState&& other) noexcept
         Array<UniString> oldNames;
         oldNames.Swap(names_);
         kind_ = std::exchange(other.kind_, EmptyKind);
+        depth_ = std::exchange(other.depth_, 0);
         integer_ = std::exchange(other.integer_, 0);
         string_.Clear();
         string_.Swap(other.string_);
@@ -48,14 +50,14 @@ ObjectState::~ObjectState() = default;
 ObjectState ObjectState::MakeList()
 {
     ObjectState list;
-    list.kind_ = ListKind;
+    list.BecomeContainer(ListKind);
     return list;
 }
 
 ObjectState ObjectState::MakeObject()
 {
     ObjectState object;
-    object.kind_ = ObjectKind;
+    object.BecomeContainer(ObjectKind);
     return object;
 }
 
@@ -86,6 +88,7 @@ const UniString& ObjectState::GetString() const
 void ObjectState::Append(ObjectState element)
 {
     BecomeContainer(ListKind);
+    AddDepth(element);
     children_.Append(std::move(element));
 }
 
@@ -100,6 +103,7 @@ const ObjectState& ObjectState::GetElement(unsigned int index) const
 void ObjectState::Set(const UniString& name, ObjectState value)
 {
     BecomeContainer(ObjectKind);
+    AddDepth(value);
     const unsigned int index = FindField(name);
     if (index < children_.GetCount()) {
         children_[index] = std::move(value);
@@ -196,8 +200,18 @@ void ObjectState::BecomeContainer(Kind kind)
 {
     if (kind_ == EmptyKind) {
         kind_ = kind;
+        depth_ = 1;
     }
     RequireKind(kind);
+}
+
+/// Makes sure that the destructor, copying and comparing, which go down the tree, never go too deep.
+void ObjectState::AddDepth(const ObjectState& child)
+{
+    if (child.depth_ >= MaxDepth) {
+        QV_THROW(LimitViolationException, "ObjectState: values are nested too deep");
+    }
+    depth_ = std::max(depth_, child.depth_ + 1);
 }
 
 /// The field's index, or the count when there is none.

@@ -5,11 +5,11 @@
 ///     wall.Set(u"name", ObjectState(UniString(u"north")));
 ///
 /// A value is empty, a boolean, an integer, a real, a text, a list of values or an object of named fields,
-/// which keep the order in which they were set.
+/// which keep the order in which they were set. Finding a field takes time in proportion to their number.
 ///
 /// Threads: one at a time. Errors: `OutOfMemoryException`; an accessor for another kind than the value's
-/// throws `IllegalTypeException`, one for an absent field or element `IllegalReferenceException`. Allocation:
-/// per field and element.
+/// throws `IllegalTypeException`, one for an absent field or element `IllegalReferenceException`; nesting
+/// deeper than `MaxDepth` throws `LimitViolationException`. Allocation: per field and element.
 #pragma once
 
 #include <QVRoot/Containers/Array.hpp>
@@ -18,10 +18,15 @@
 namespace QV {
 
 class ErrorStatus;
+class IChannel;
+class OChannel;
 
 class QV_EXPORT ObjectState {
 public:
     enum Kind { EmptyKind, BooleanKind, IntegerKind, RealKind, StringKind, ListKind, ObjectKind };
+
+    /// How deep lists and objects can be nested. A value that is neither has depth 0.
+    static constexpr unsigned int MaxDepth = 500;
 
     ObjectState() noexcept = default;
     explicit ObjectState(bool value) noexcept : kind_(BooleanKind), boolean_(value) {}
@@ -68,6 +73,26 @@ public:
     /// Makes the value empty.
     void Clear() noexcept;
 
+    /// @name Persistence
+    /// A version, then the tree; docs/formats.md has the form under "ObjectState".
+    /// @{
+    /// On failure the value is empty. `ErrDataIntegrity` for what is no tree or is nested too deep,
+    /// `ErrGeneral` for a newer version, `ErrMemoryFull`, the channel's error. Memory grows only as input
+    /// arrives.
+    QVErrCode Read(IChannel& ic);
+    QVErrCode Write(OChannel& oc) const;
+    /// @}
+
+    /// @name Text
+    /// For people to read: fields by name, lists in brackets, an element a line where it is a list or an
+    /// object itself, texts quoted and escaped as in JSON, "null" for the empty value. Reals have a point, an
+    /// exponent or no digits at all, and as many digits as tell them from all others.
+    /// @{
+    UniString ToText() const;
+    /// The text in UTF-8, character by character.
+    void Print(OChannel& oc) const;
+    /// @}
+
     /// Same kind and same content; fields in the same order.
     friend bool operator==(const ObjectState& a, const ObjectState& b) { return a.IsEqual(b); }
 
@@ -89,8 +114,15 @@ private:
     void RequireKind(Kind kind) const;
     void BecomeContainer(Kind kind);
     unsigned int FindField(const UniString& name) const;
+    void AddDepth(const ObjectState& child);
+    QVErrCode ReadTree(IChannel& ic, unsigned int depth);
+    QVErrCode ReadScalar(IChannel& ic);
+    QVErrCode ReadChildren(IChannel& ic, unsigned int depth);
+    bool HasFieldTwice() const;
+    void WriteTree(OChannel& oc) const;
 
     Kind kind_ = EmptyKind;
+    UInt32 depth_ = 0; ///< at least as deep as it is nested; removing a field leaves it
     union {
         bool boolean_;
         Int64 integer_ = 0;
