@@ -29,6 +29,7 @@ public:
             material->name = MakeName("material", i);
             material->id = Guid(i + 1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11});
             material->color = 0x102030 * i;
+            material->density = 500 + 250.5 * i;
         }
         for (UInt32 i = 0; i < layerCount; ++i) {
             Layer* const layer = Append(document_.plan->layers);
@@ -70,6 +71,7 @@ private:
         for (UInt32 i = 0; i < 4; ++i) {
             wall->ends[i] = room * 5.25 + (side + i) % 4 * 1.5;
         }
+        wall->height = 2.25 + room % 4 * 0.25;
         Opening* const opening = Append(wall->openings);
         opening->wall = wall;
         opening->offset = side * 0.1;
@@ -85,6 +87,7 @@ private:
         label->text = MakeName("room", room);
         label->target = target;
         label->layer = document_.plan->layers[(room + 1) % layerCount];
+        label->size = 8 + room % 3;
         document_.plan->items.Append(label);
     }
 

@@ -18,11 +18,11 @@ constexpr Guid MakeId(UInt8 number)
     return Guid(0x6C1D0E52, 0x94A7, 0x4B3F, {0x9E, 0x21, 0x5A, 0x07, 0xC8, 0x36, 0xF1, number});
 }
 
-constexpr ClassInfo materialInfo("Tour::Material", {2, 1}, MakeId(1), {1, 0}, {1, 0});
+constexpr ClassInfo materialInfo("Tour::Material", {2, 1}, MakeId(1), {2, 0}, {1, 0});
 constexpr ClassInfo layerInfo("Tour::Layer", {2, 2}, MakeId(2), {1, 0}, {1, 0});
 constexpr ClassInfo openingInfo("Tour::Opening", {2, 3}, MakeId(3), {1, 0}, {1, 0});
-constexpr ClassInfo wallInfo("Tour::Wall", {2, 4}, MakeId(4), {1, 0}, {1, 0});
-constexpr ClassInfo labelInfo("Tour::Label", {2, 5}, MakeId(5), {1, 0}, {1, 0});
+constexpr ClassInfo wallInfo("Tour::Wall", {2, 4}, MakeId(4), {2, 1}, {1, 0});
+constexpr ClassInfo labelInfo("Tour::Label", {2, 5}, MakeId(5), {2, 0}, {1, 0});
 constexpr ClassInfo planInfo("Tour::Plan", {2, 6}, MakeId(6), {1, 0}, {1, 0});
 
 const RegisteredClass<Material> material(materialInfo);
@@ -101,6 +101,19 @@ QVErrCode WriteFields(OChannel& oc, const Fields&... fields)
     return oc.GetOutputStatus();
 }
 
+/// Fields that came with version 2.
+template <class... Fields>
+QVErrCode ReadNewFields(IChannel& ic, const InputFrame& frame, QVErrCode error, Fields&... fields)
+{
+    return error != NoError || frame.GetMainVersion() < 2 ? error : ReadFields(ic, fields...);
+}
+
+template <class... Fields>
+QVErrCode WriteNewFields(OChannel& oc, const OutputFrame& frame, const Fields&... fields)
+{
+    return frame.GetMainVersion() < 2 ? oc.GetOutputStatus() : WriteFields(oc, fields...);
+}
+
 /// What a frame says about the data behind it.
 QVErrCode GetStatus(const InputFrame& frame)
 {
@@ -117,19 +130,21 @@ const ClassInfo* Material::GetClassInfo() const
 QVErrCode Material::Read(IChannel& ic)
 {
     const InputFrame frame(ic, materialInfo);
-    const QVErrCode error = GetStatus(frame);
-    return error != NoError ? error : ReadFields(ic, name, id, color);
+    QVErrCode error = GetStatus(frame);
+    error = error != NoError ? error : ReadFields(ic, name, id, color);
+    return ReadNewFields(ic, frame, error, density);
 }
 
 QVErrCode Material::Write(OChannel& oc) const
 {
     const OutputFrame frame(oc, materialInfo);
-    return WriteFields(oc, name, id, color);
+    WriteFields(oc, name, id, color);
+    return WriteNewFields(oc, frame, density);
 }
 
 void Material::AddTo(PlanDigest& digest) const
 {
-    AddFields(digest, name, UInt64{id.GetData1()}, UInt64{color});
+    AddFields(digest, name, UInt64{id.GetData1()}, UInt64{color}, density);
 }
 
 const ClassInfo* Layer::GetClassInfo() const
@@ -189,21 +204,23 @@ const ClassInfo* Wall::GetClassInfo() const
 QVErrCode Wall::Read(IChannel& ic)
 {
     const InputFrame frame(ic, wallInfo);
-    const QVErrCode error = GetStatus(frame);
-    return error != NoError
-               ? error
-               : ReadFields(ic, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings);
+    QVErrCode error = GetStatus(frame);
+    error = error != NoError
+                ? error
+                : ReadFields(ic, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings);
+    return ReadNewFields(ic, frame, error, height);
 }
 
 QVErrCode Wall::Write(OChannel& oc) const
 {
     const OutputFrame frame(oc, wallInfo);
-    return WriteFields(oc, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings);
+    WriteFields(oc, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings);
+    return WriteNewFields(oc, frame, height);
 }
 
 void Wall::AddTo(PlanDigest& digest) const
 {
-    AddFields(digest, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings);
+    AddFields(digest, layer, material, next, ends[0], ends[1], ends[2], ends[3], openings, height);
 }
 
 const ClassInfo* Label::GetClassInfo() const
@@ -214,19 +231,21 @@ const ClassInfo* Label::GetClassInfo() const
 QVErrCode Label::Read(IChannel& ic)
 {
     const InputFrame frame(ic, labelInfo);
-    const QVErrCode error = GetStatus(frame);
-    return error != NoError ? error : ReadFields(ic, text, target, layer);
+    QVErrCode error = GetStatus(frame);
+    error = error != NoError ? error : ReadFields(ic, text, target, layer);
+    return ReadNewFields(ic, frame, error, size);
 }
 
 QVErrCode Label::Write(OChannel& oc) const
 {
     const OutputFrame frame(oc, labelInfo);
-    return WriteFields(oc, text, target, layer);
+    WriteFields(oc, text, target, layer);
+    return WriteNewFields(oc, frame, size);
 }
 
 void Label::AddTo(PlanDigest& digest) const
 {
-    AddFields(digest, text, target, layer);
+    AddFields(digest, text, target, layer, size);
 }
 
 const ClassInfo* Plan::GetClassInfo() const

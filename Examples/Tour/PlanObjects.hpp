@@ -2,7 +2,7 @@
 /// circles, too. They are the classes of the document that `DocumentWork` saves and loads.
 ///
 /// Each class registers itself where it is implemented; nothing else lists them. Walls, labels and materials
-/// got more fields with version 2; what version 1 wrote is still read.
+/// got one more field each with version 2; what version 1 wrote is still read, and can still be written.
 #pragma once
 
 #include <QVRoot/Containers/Array.hpp>
@@ -25,6 +25,7 @@ public:
     QV::UniString name;
     QV::Guid id;
     QV::UInt32 color = 0;
+    double density = 1000; ///< kg/m³; since version 2
 
     const QV::ClassInfo* GetClassInfo() const override;
     QV::QVErrCode Read(QV::IChannel& ic) override;
@@ -65,6 +66,7 @@ public:
     Wall* next = nullptr;
     double ends[4] = {};
     QV::Array<Opening*> openings;
+    double height = 2.5; ///< since version 2
 
     const QV::ClassInfo* GetClassInfo() const override;
     QV::QVErrCode Read(QV::IChannel& ic) override;
@@ -78,6 +80,7 @@ public:
     QV::UniString text;
     PlanObject* target = nullptr;
     Layer* layer = nullptr;
+    double size = 12; ///< since version 2
 
     const QV::ClassInfo* GetClassInfo() const override;
     QV::QVErrCode Read(QV::IChannel& ic) override;

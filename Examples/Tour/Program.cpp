@@ -1,6 +1,7 @@
 #include "Program.hpp"
 #include "Archive.hpp"
 #include "BackEnds.hpp"
+#include "DocumentWork.hpp"
 #include "FileFinder.hpp"
 #include "Run.hpp"
 #include "Table.hpp"
@@ -107,7 +108,11 @@ int Dispatch(const Array<UniString>& arguments)
     if (!options.verify.IsEmpty()) {
         return VerifyArchive(options.verify);
     }
-    return options.here ? MeasureHere(options) : CompareBackEnds(arguments);
+    const int exitCode = options.here ? MeasureHere(options) : CompareBackEnds(arguments);
+    if (exitCode == Success && options.results.IsEmpty()) {
+        WorkWithDocuments();
+    }
+    return exitCode;
 }
 
 } // namespace

@@ -93,7 +93,7 @@ private:
     bool reading_ = false;
     bool begun_ = false;
     GraphFault fault_;
-    QVErrCode failure_ = NoError;
+    QVErrCode failure_ = NoError; ///< also when an object's `Read` drops the code
 };
 
 } // namespace QV::Impl

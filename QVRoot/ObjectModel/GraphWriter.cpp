@@ -68,7 +68,7 @@ QVErrCode GraphWriter::WriteBody(const Object& object)
     contentStart_ = memory_.GetPosition();
     QVErrCode error = object.Write(memory_);
     if (error == NoError) {
-        error = memory_.GetOutputStatus();
+        error = failure_ != NoError ? failure_ : memory_.GetOutputStatus();
     }
     if (error != NoError) {
         return Fail(error, classes_[objects_[written_].classNumber - 1], "it cannot be written");
@@ -211,6 +211,7 @@ QVErrCode GraphWriter::Fail(QVErrCode error, const ClassInfo* info, const char* 
 {
     if (fault_.reason == nullptr) {
         fault_ = {reason, written_ + 1, info};
+        failure_ = error;
     }
     return error;
 }

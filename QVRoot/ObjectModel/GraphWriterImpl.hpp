@@ -61,6 +61,7 @@ private:
     UInt32 contentStart_ = 0;
     bool writing_ = false;
     GraphFault fault_;
+    QVErrCode failure_ = NoError; ///< also when an object's `Write` drops the code
 };
 
 } // namespace QV::Impl
