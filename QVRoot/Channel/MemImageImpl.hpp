@@ -10,8 +10,6 @@
 #include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 
-#include <typeinfo>
-
 namespace QV::Impl {
 
 struct MemImage {
@@ -47,7 +45,7 @@ struct MemImage {
 private:
     static char* AppendToBlock(OChannel& oc, USize n) noexcept
     {
-        if (typeid(oc) != typeid(OMemChannel)) {
+        if (!IsExactly<OMemChannel>(oc)) {
             return nullptr;
         }
         auto& channel = static_cast<OMemChannel&>(oc);
@@ -66,7 +64,7 @@ private:
 
     static const char* LookIntoBlock(IChannel& ic, USize n) noexcept
     {
-        if (typeid(ic) != typeid(IMemChannel)) {
+        if (!IsExactly<IMemChannel>(ic)) {
             return nullptr;
         }
         const auto& channel = static_cast<const IMemChannel&>(ic);

@@ -1,8 +1,6 @@
 #include <QVRoot/Channel/MemProtocol.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 
-#include <typeinfo>
-
 namespace QV::Impl {
 
 QVErrCode ReadFully(IChannel& ic, char* dest, UInt32 n, UInt32* got)
@@ -42,14 +40,12 @@ QVErrCode WriteFully(OChannel& oc, const char* src, UInt32 n)
 
 bool HasNativeProtocol(const IChannel& ic) noexcept
 {
-    const IProtocol& protocol = ic.GetInputProtocol();
-    return typeid(protocol) == typeid(IMemProtocol);
+    return IsExactly<IMemProtocol>(ic.GetInputProtocol());
 }
 
 bool HasNativeProtocol(const OChannel& oc) noexcept
 {
-    const OProtocol& protocol = oc.GetOutputProtocol();
-    return typeid(protocol) == typeid(OMemProtocol);
+    return IsExactly<OMemProtocol>(oc.GetOutputProtocol());
 }
 
 } // namespace QV::Impl

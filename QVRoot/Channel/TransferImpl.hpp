@@ -4,7 +4,17 @@
 #include <QVRoot/Channel/IChannel.hpp>
 #include <QVRoot/Channel/OChannel.hpp>
 
+#include <typeinfo>
+
 namespace QV::Impl {
+
+/// Whether an object is of exactly this class. By address, which is all that it takes where the class has its
+/// type information in one module; a copy of it elsewhere costs speed, since the names are not compared.
+template <class T, class Base>
+bool IsExactly(const Base& object) noexcept
+{
+    return &typeid(object) == &typeid(T);
+}
 
 /// Reads exactly n bytes or answers why not. The bytes that came before a failure are in the destination;
 /// `got`, where given, says how many.

@@ -4,7 +4,6 @@
 #include <QVRoot/ObjectModel/OpaqueObject.hpp>
 
 #include <algorithm>
-#include <typeinfo>
 
 namespace QV::Impl {
 
@@ -40,7 +39,7 @@ GraphReader::~GraphReader()
 
 GraphReader* GraphReader::Find(IChannel& ic) noexcept
 {
-    return typeid(ic) == typeid(GraphIChannel) ? &static_cast<GraphIChannel&>(ic).GetReader() : nullptr;
+    return IsExactly<GraphIChannel>(ic) ? &static_cast<GraphIChannel&>(ic).GetReader() : nullptr;
 }
 
 QVErrCode GraphReader::ReadRoot(Object*& root)
@@ -181,7 +180,8 @@ QVErrCode GraphReader::ReadContent(const NumberedObject& entry, const char* begi
     if (entry.object == nullptr) {
         return NoError; // of an unknown class
     }
-    if (typeid(*entry.object) == typeid(OpaqueObject)) {
+    const KnownClass& known = *classes_[entry.classNumber - 1];
+    if (known.factory == nullptr) {
         auto& opaque = static_cast<OpaqueObject&>(*entry.object);
         opaque.SetContent(begin, end);
         for (const UInt32 number : references_) {
@@ -189,15 +189,12 @@ QVErrCode GraphReader::ReadContent(const NumberedObject& entry, const char* begi
         }
         return NoError;
     }
-    // The entry may move meanwhile.
-    Object& object = *entry.object;
-    const ClassInfo* const info = &classes_[entry.classNumber - 1]->info;
     part_.Restart(begin, end);
-    QVErrCode error = object.Read(part_);
+    QVErrCode error = entry.object->Read(part_);
     if (error == NoError) {
         error = failure_ != NoError ? failure_ : part_.GetInputStatus();
     }
-    return error == NoError ? NoError : Fail(error, info, "it cannot be read");
+    return error == NoError ? NoError : Fail(error, &known.info, "it cannot be read");
 }
 
 /// An object's number; behind the first one that was not there before comes its class.

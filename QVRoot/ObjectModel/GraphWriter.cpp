@@ -3,7 +3,6 @@
 #include <QVRoot/ObjectModel/OpaqueObject.hpp>
 
 #include <cstring>
-#include <typeinfo>
 
 namespace QV::Impl {
 
@@ -21,7 +20,7 @@ void* GraphWriter::operator new(std::size_t size)
 
 GraphWriter* GraphWriter::Find(OChannel& oc) noexcept
 {
-    return typeid(oc) == typeid(GraphOChannel) ? &static_cast<GraphOChannel&>(oc).GetWriter() : nullptr;
+    return IsExactly<GraphOChannel>(oc) ? &static_cast<GraphOChannel&>(oc).GetWriter() : nullptr;
 }
 
 QVErrCode GraphWriter::WriteRoot(const Object* root)
@@ -196,7 +195,7 @@ QVErrCode GraphWriter::AddClass(const Object& object, const ClassInfo& info)
         ++index;
     }
     if (index == classes_.GetCount()) {
-        const bool opaque = typeid(object) == typeid(OpaqueObject);
+        const bool opaque = IsExactly<OpaqueObject>(object);
         if (!opaque && ClassManager::FindFactory(info.GetId()) == nullptr) {
             return Fail(ErrGeneral, &info, "it is not registered, or abstract");
         }
