@@ -79,7 +79,14 @@ public:
     QVErrCode Read(long double& value) { return protocol_->Read(*this, value); }
     QVErrCode Read(bool& value) { return ReadScalar(value); }
     QVErrCode Read(char* value) { return protocol_->Read(*this, value); }
-    QVErrCode Read(Guid& value) { return protocol_->Read(*this, value); }
+    QVErrCode Read(Guid& value)
+    {
+        if (const char* const image = TakeWindow(guidSize)) [[likely]] {
+            std::memcpy(static_cast<void*>(&value), image, guidSize);
+            return NoError;
+        }
+        return protocol_->Read(*this, value);
+    }
     QVErrCode Read(Object& value) { return protocol_->Read(*this, value); }
     QVErrCode Read(signed char& value) { return Read(reinterpret_cast<char&>(value)); }
 
@@ -107,6 +114,8 @@ protected:
 
 private:
     friend struct Impl::MemImage;
+
+    static constexpr USize guidSize = 16;
 
     template <class T>
     QVErrCode ReadScalar(T& value)

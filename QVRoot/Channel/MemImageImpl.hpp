@@ -22,6 +22,15 @@ struct MemImage {
         return AppendToBlock(oc, n);
     }
 
+    /// The same under the native protocol only, for a form that no other protocol has.
+    static char* TryAppendNative(OChannel& oc, USize n) noexcept
+    {
+        if (char* const image = oc.TakeWindow(n)) [[likely]] {
+            return image; // there are no windows under another one
+        }
+        return HasNativeProtocol(oc) ? AppendToBlock(oc, n) : nullptr;
+    }
+
     /// The next n bytes of input, and goes behind them.
     static const char* TryTake(IChannel& ic, USize n) noexcept
     {
@@ -40,6 +49,16 @@ struct MemImage {
     {
         const char* const image = ic.LookIntoWindow(n);
         return image != nullptr ? image : LookIntoBlock(ic, n);
+    }
+
+    /// The same under the native protocol only.
+    static const char* TryLookNative(IChannel& ic, USize n) noexcept
+    {
+        const char* const image = ic.LookIntoWindow(n);
+        if (image != nullptr) [[likely]] {
+            return image;
+        }
+        return HasNativeProtocol(ic) ? LookIntoBlock(ic, n) : nullptr;
     }
 
 private:

@@ -75,7 +75,14 @@ public:
     QVErrCode Write(bool value) { return WriteScalar(value); }
     QVErrCode Write(const char* value) { return protocol_->Write(*this, value); }
     QVErrCode Write(const void* value) { return protocol_->Write(*this, value); }
-    QVErrCode Write(const Guid& value) { return protocol_->Write(*this, value); }
+    QVErrCode Write(const Guid& value)
+    {
+        if (char* const image = TakeWindow(guidSize)) [[likely]] {
+            std::memcpy(image, static_cast<const void*>(&value), guidSize);
+            return NoError;
+        }
+        return protocol_->Write(*this, value);
+    }
     QVErrCode Write(const Object& value) { return protocol_->Write(*this, value); }
     QVErrCode Write(signed char value) { return Write(static_cast<char>(value)); }
 
@@ -122,6 +129,8 @@ protected:
 
 private:
     friend struct Impl::MemImage;
+
+    static constexpr USize guidSize = 16;
 
     template <class T>
     QVErrCode WriteScalar(T value)

@@ -1,4 +1,3 @@
-#include <QVRoot/Channel/MemProtocol.hpp>
 #include <QVRoot/Channel/TransferImpl.hpp>
 
 namespace QV::Impl {
@@ -36,16 +35,6 @@ QVErrCode WriteFully(OChannel& oc, const char* src, UInt32 n)
         total += count;
     }
     return NoError;
-}
-
-bool HasNativeProtocol(const IChannel& ic) noexcept
-{
-    return IsExactly<IMemProtocol>(ic.GetInputProtocol());
-}
-
-bool HasNativeProtocol(const OChannel& oc) noexcept
-{
-    return IsExactly<OMemProtocol>(oc.GetOutputProtocol());
 }
 
 } // namespace QV::Impl

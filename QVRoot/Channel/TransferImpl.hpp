@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QVRoot/Channel/IChannel.hpp>
+#include <QVRoot/Channel/MemProtocol.hpp>
 #include <QVRoot/Channel/OChannel.hpp>
 
 #include <typeinfo>
@@ -25,7 +26,13 @@ QVErrCode WriteFully(OChannel& oc, const char* src, UInt32 n);
 
 /// Whether the channel's protocol is exactly the native one, so that the image of an array of scalars may be
 /// moved in one piece instead of element by element.
-bool HasNativeProtocol(const IChannel& ic) noexcept;
-bool HasNativeProtocol(const OChannel& oc) noexcept;
+inline bool HasNativeProtocol(const IChannel& ic) noexcept
+{
+    return IsExactly<IMemProtocol>(ic.GetInputProtocol());
+}
+inline bool HasNativeProtocol(const OChannel& oc) noexcept
+{
+    return IsExactly<OMemProtocol>(oc.GetOutputProtocol());
+}
 
 } // namespace QV::Impl

@@ -77,10 +77,7 @@ QVErrCode UniString::Write(OChannel& oc) const
 bool UniString::TryWriteImage(OChannel& oc) const noexcept
 {
     const UInt32 length = GetLength();
-    if (!Impl::HasNativeProtocol(oc)) {
-        return false;
-    }
-    char* const image = Impl::MemImage::TryAppend(oc, headSize + USize{length} * sizeof(unsigned short));
+    char* const image = Impl::MemImage::TryAppendNative(oc, headSize + USize{length} * sizeof(unsigned short));
     if (image == nullptr) {
         return false;
     }
@@ -96,10 +93,7 @@ bool UniString::TryWriteImage(OChannel& oc) const noexcept
 /// The whole form in one piece, where it is there unharmed in a memory channel. The string is empty.
 bool UniString::TryReadImage(IChannel& ic)
 {
-    if (!Impl::HasNativeProtocol(ic)) {
-        return false;
-    }
-    const char* const image = Impl::MemImage::TryLook(ic, headSize);
+    const char* const image = Impl::MemImage::TryLookNative(ic, headSize);
     if (image == nullptr || image[0] != version.mainVersion || image[1] != version.subVersion) {
         return false;
     }
@@ -109,12 +103,12 @@ bool UniString::TryReadImage(IChannel& ic)
     if (Impl::MemImage::TryLook(ic, headSize + size) == nullptr) {
         return false;
     }
-    Impl::MemImage::TryTake(ic, headSize);
     if (length != 0) {
         SetBuffer(AllocateBuffer(length));
-        std::memcpy(buffer_->content, Impl::MemImage::TryTake(ic, size), size);
+        std::memcpy(buffer_->content, image + headSize, size);
         buffer_->length = length;
     }
+    Impl::MemImage::TryTake(ic, headSize + size);
     return true;
 }
 
