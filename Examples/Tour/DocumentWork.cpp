@@ -21,7 +21,6 @@ using namespace QV::Host;
 namespace {
 
 constexpr UInt32 roomCount = 8000;
-constexpr int passCount = 3;
 
 /// What was saved and loaded, and how fast.
 struct Timing {
@@ -53,10 +52,10 @@ void RequireSame(const PlanDocument& loaded, const PlanDocument& saved, const Un
             where, u"the plan that was loaded is not the one that was saved");
 }
 
-Timing SaveAndLoadInMemory(const PlanDocument& document, PlatformSign platform)
+Timing SaveAndLoadInMemory(const PlanDocument& document, PlatformSign platform, UInt32 passes)
 {
     Timing timing;
-    for (int pass = 0; pass < passCount; ++pass) {
+    for (UInt32 pass = 0; pass < passes; ++pass) {
         OMemChannel out;
         QVErrCode error = NoError;
         Measure(timing.saveSeconds, [&] { error = SavePlan(out, *document.plan, platform); });
@@ -73,10 +72,10 @@ Timing SaveAndLoadInMemory(const PlanDocument& document, PlatformSign platform)
     return timing;
 }
 
-Timing SaveAndLoadFile(const PlanDocument& document, const UniString& path)
+Timing SaveAndLoadFile(const PlanDocument& document, const UniString& path, UInt32 passes)
 {
     Timing timing;
-    for (int pass = 0; pass < passCount; ++pass) {
+    for (UInt32 pass = 0; pass < passes; ++pass) {
         OFileChannel out;
         QVErrCode error = NoError;
         Measure(timing.saveSeconds, [&] {
@@ -147,15 +146,15 @@ void LoadArchives()
 
 } // namespace
 
-void WorkWithDocuments()
+void WorkWithDocuments(UInt32 passes)
 {
     const WorkFolder folder;
     const PlanDocument document = MakePlan(roomCount);
     std::printf("\na plan of %u objects in 6 classes, with shared and circular references\n",
                 document.objects.GetCount());
-    Print("little-endian, memory", SaveAndLoadInMemory(document, WinPlatformSign));
-    Print("big-endian, memory", SaveAndLoadInMemory(document, MacPlatformSign));
-    Print("little-endian, file", SaveAndLoadFile(document, folder.GetPath("plan")));
+    Print("little-endian, memory", SaveAndLoadInMemory(document, WinPlatformSign, passes));
+    Print("big-endian, memory", SaveAndLoadInMemory(document, MacPlatformSign, passes));
+    Print("little-endian, file", SaveAndLoadFile(document, folder.GetPath("plan"), passes));
     std::printf("plans of earlier versions and other platforms\n");
     LoadArchives();
     std::fflush(stdout);

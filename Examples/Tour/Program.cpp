@@ -109,8 +109,8 @@ int Dispatch(const Array<UniString>& arguments)
         return VerifyArchive(options.verify);
     }
     const int exitCode = options.here ? MeasureHere(options) : CompareBackEnds(arguments);
-    if (exitCode == Success && options.results.IsEmpty()) {
-        WorkWithDocuments();
+    if (exitCode == Success && options.results.IsEmpty() && options.inputs.IsEmpty()) {
+        WorkWithDocuments(options.passes);
     }
     return exitCode;
 }

@@ -7,8 +7,10 @@
 #include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Channel/Subchannels/ChunkedOBinarySubChannel.hpp>
 #include <QVRoot/Channel/Subchannels/LengthDeterminedOBinarySubChannel.hpp>
+#include <QVRoot/Channel/SwappedMemProtocol.hpp>
 #include <QVRoot/Channel/TextOProtocol.hpp>
 #include <QVRoot/Logging/FastLogger.hpp>
+#include <QVRoot/ObjectModel/ObjectOutput.hpp>
 #include <QVRoot/String/String.hpp>
 #include <Tests/Support/TemporaryFolder.hpp>
 
@@ -38,6 +40,59 @@ public:
 private:
     ClassInfo info_;
 };
+
+/// The same for graphs: a number, and a reference to another object.
+class Door : public Object {
+public:
+    static constexpr ClassInfo info{
+        "Door",
+        {90, 1},
+        Guid(0x00112233, 0x4455, 0x6677, {0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}),
+        {2, 0},
+        {2, 0}};
+
+    explicit Door(UInt16 n = 0) : number(n) {}
+    const ClassInfo* GetClassInfo() const override { return &info; }
+    QVErrCode Write(OChannel& oc) const override
+    {
+        const OutputFrame frame(oc, info);
+        oc << number;
+        return ObjectOutput::WriteReference(oc, other);
+    }
+
+    UInt16 number;
+    Door* other = nullptr;
+};
+
+void WriteDoors(OChannel& oc)
+{
+    const RegisteredClass<Door> registration(Door::info);
+    Door first(1);
+    Door second(2);
+    first.other = &second;
+    second.other = &first;
+    ObjectOutput(oc).Write(&first);
+}
+
+ObjectState MakeExampleState()
+{
+    ObjectState list;
+    list.Append(ObjectState(true));
+    list.Append(ObjectState());
+    ObjectState state;
+    state.Set(u"id", ObjectState(7));
+    state.Set(u"l", list);
+    return state;
+}
+
+template <class T>
+void WriteSwapped(OChannel& oc, const T& value)
+{
+    OSwappedMemProtocol swapped;
+    oc.SetOutputProtocol(swapped);
+    oc << value;
+    oc.SetDefaultOutputProtocol();
+}
 
 Array<Tour::Document> MakeExampleDocuments()
 {
@@ -196,6 +251,12 @@ const std::map<std::string, Writer> writers = {
      }},
     {"log block", [](OChannel& oc) { WriteExampleLog(oc, [](FastLogger&) {}); }},
     {"log lines", [](OChannel& oc) { WriteExampleLog(oc, LogExampleLines); }},
+    {"graph of two objects in a circle", WriteDoors},
+    {"graph of nothing", [](OChannel& oc) { ObjectOutput(oc).Write(nullptr); }},
+    {"state with id 7 and a list of true and nothing", [](OChannel& oc) { MakeExampleState().Write(oc); }},
+    {"swapped UInt32 66051", [](OChannel& oc) { WriteSwapped(oc, UInt32{66051}); }},
+    {"swapped Guid 00112233-4455-6677-8899-AABBCCDDEEFF",
+     [](OChannel& oc) { WriteSwapped(oc, Guid("00112233-4455-6677-8899-AABBCCDDEEFF")); }},
     {"archive", [](OChannel& oc) { Tour::WriteArchive(oc, MakeExampleDocuments()); }},
 };
 
