@@ -34,7 +34,7 @@
 #include <boost/serialization/tracking.hpp>
 #include <boost/serialization/vector.hpp>
 #endif
-#ifdef QV_PEER_PROTOBUF
+#ifdef QV_PEER_PROTOBUF_MESSAGES
 #include <Record.pb.h>
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
@@ -433,7 +433,7 @@ void ReadObjectsQV(benchmark::State& state)
 }
 BENCHMARK(ReadObjectsQV)->Name("ReadObjects/QVMemChannel");
 
-#ifdef QV_PEER_PROTOBUF
+#ifdef QV_PEER_PROTOBUF_MESSAGES
 using namespace google::protobuf;
 
 std::vector<RecordPeers::Item> MakeMessages()

@@ -54,6 +54,9 @@ QVErrCode GraphReader::ReadRoot(Object*& root)
     encoding_ = ProbeEncoding(part_);
     UInt32 number = 0;
     const QVErrCode error = ReadSection(&number);
+    if (error == ErrEndOfInput && begun_) {
+        Fail(error, nullptr, "the input ends too early");
+    }
     reading_ = false;
     last_ = number;
     if (error == NoError) {

@@ -98,7 +98,8 @@ public:
     }
 
     /// Hands over all objects that no other one owns, in the order in which they were first referred to.
-    /// Later reads may still refer to them: they must outlive those. After a failure there are none.
+    /// Later reads may still refer to them: they must outlive those. After a failure there are none. Throws
+    /// `OutOfMemoryException`, and nothing has changed hands then.
     ObjectOwner TakeObjects();
 
     /// How many objects the input had so far, and how many of them are of unknown classes.

@@ -82,7 +82,7 @@ TEST(TourPlan, SaysWhatIsWrong)
     stranger[8] = stranger[9] = 'Z';
     EXPECT_EQ(Load(stranger, &document, &what), ErrGeneral);
     stranger = whole;
-    stranger[whole.find("Tour::Wall") - 5] ^= 1; // in the identifier before the name and its length
+    stranger[whole.find("Tour::Wall") - 5] ^= 0x40; // in the identifier before the name and its length
     EXPECT_EQ(Load(stranger, &document, &what), ErrGeneral);
     EXPECT_TRUE(what.Contains(u"class \"Tour::Wall\": it is not registered")) << what.ToCStr().GetText();
     for (std::size_t size = 0; size < whole.size(); ++size) {
