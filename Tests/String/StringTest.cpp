@@ -4,7 +4,7 @@
 #include <QVRoot/Channel/IMemChannel.hpp>
 #include <QVRoot/Channel/OMemChannel.hpp>
 #include <QVRoot/Exceptions/GeneralExceptions.hpp>
-#include <QVRoot/ObjectModel/ClassInfo.hpp>
+#include <QVRoot/ObjectModel/ClassManager.hpp>
 #include <QVRoot/String/CharText.hpp>
 #include <QVRoot/String/String.hpp>
 #include <QVRoot/String/UniString.hpp>
