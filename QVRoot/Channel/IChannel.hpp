@@ -16,6 +16,7 @@
 #pragma once
 
 #include <QVRoot/Channel/IProtocol.hpp>
+#include <QVRoot/ObjectModel/Object.hpp>
 #include <QVRoot/ObjectModel/SerializationContext.hpp>
 
 #include <cstring>
@@ -87,7 +88,11 @@ public:
         }
         return protocol_->Read(*this, value);
     }
-    QVErrCode Read(Object& value) { return protocol_->Read(*this, value); }
+    QVErrCode Read(Object& value)
+    {
+        // Under a window the protocol is known, and so is what it does.
+        return windowEnd_ != nullptr ? value.Read(*this) : protocol_->Read(*this, value);
+    }
     QVErrCode Read(signed char& value) { return Read(reinterpret_cast<char&>(value)); }
 
     /// What an object reader reports: an end of input inside an object violates the object's format.

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <QVRoot/Channel/OProtocol.hpp>
+#include <QVRoot/ObjectModel/Object.hpp>
 #include <QVRoot/ObjectModel/SerializationContext.hpp>
 
 #include <cstring>
@@ -83,7 +84,11 @@ public:
         }
         return protocol_->Write(*this, value);
     }
-    QVErrCode Write(const Object& value) { return protocol_->Write(*this, value); }
+    QVErrCode Write(const Object& value)
+    {
+        // Under a window the protocol is known, and so is what it does.
+        return windowEnd_ != nullptr ? value.Write(*this) : protocol_->Write(*this, value);
+    }
     QVErrCode Write(signed char value) { return Write(static_cast<char>(value)); }
 
     /// The same by name; a long has 32 bits on a channel.
