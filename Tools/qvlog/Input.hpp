@@ -1,0 +1,50 @@
+/// A log's bytes with a window that moves forward: what is read next is looked at in place.
+#pragma once
+
+#include "LogFile.hpp"
+
+#include <string_view>
+#include <vector>
+
+namespace QVLog {
+
+class Input {
+public:
+    explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)), buffer_(smallest) {}
+
+    /// More than this cannot be looked at in one piece.
+    static constexpr std::size_t most = 8 << 20;
+
+    /// Tries to have that many bytes in the window; false when the log ends before, for now.
+    bool Ensure(std::size_t count) { return GetWindow().size() >= count || Fill(count); }
+    std::string_view GetWindow() const
+    {
+        return {reinterpret_cast<const char*>(buffer_.data()) + begin_, end_ - begin_};
+    }
+    const unsigned char* GetData() const { return buffer_.data() + begin_; }
+    /// Where the window begins in the log.
+    std::uint64_t GetOffset() const { return offset_; }
+    /// Moves the window's beginning; not beyond its end.
+    void Skip(std::size_t count)
+    {
+        begin_ += count;
+        offset_ += count;
+    }
+    /// For files only.
+    void SeekTo(std::uint64_t offset);
+
+    LogFile& GetFile() const { return *file_; }
+
+private:
+    bool Fill(std::size_t count);
+
+    static constexpr std::size_t smallest = 256 << 10;
+
+    std::unique_ptr<LogFile> file_;
+    std::vector<unsigned char> buffer_;
+    std::size_t begin_ = 0;
+    std::size_t end_ = 0;
+    std::uint64_t offset_ = 0;
+};
+
+} // namespace QVLog
