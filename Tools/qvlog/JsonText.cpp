@@ -25,15 +25,15 @@ void JsonText::AddParameters(std::string_view name, const Descriptor& descriptor
                              const std::vector<Value>& values, Clock& clock, std::int32_t zone)
 {
     BeginObject(name);
-    std::vector<const Style*> styles(values.size());
+    styles_.assign(values.size(), nullptr);
     for (const Piece& piece : descriptor.pieces) {
         if (piece.parameter >= 0) {
-            styles[static_cast<std::size_t>(piece.parameter)] = &piece.style;
+            styles_[static_cast<std::size_t>(piece.parameter)] = &piece.style;
         }
     }
     for (std::size_t i = 0; i < values.size(); ++i) {
         Key(descriptor.names[i]);
-        WriteValue(values[i], styles[i] == nullptr ? Style() : *styles[i], clock, zone);
+        WriteValue(values[i], styles_[i] == nullptr ? Style() : *styles_[i], clock, zone);
     }
     writer_.EndObject();
 }

@@ -1,8 +1,9 @@
-/// JSON objects on one line, from any bytes.
+/// JSON objects on one line, from any bytes. One writer serves many objects.
 #pragma once
 
 #include "Text.hpp"
 
+#include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 #include <string>
@@ -12,15 +13,30 @@ namespace QVLog {
 
 class JsonText {
 public:
-    explicit JsonText(std::string& to) : stream_{to}, writer_(stream_) {}
+    JsonText() : writer_(buffer_) {}
+    JsonText(const JsonText&) = delete;
+    JsonText& operator=(const JsonText&) = delete;
 
-    void BeginObject() { writer_.StartObject(); }
+    /// Begins an object of its own.
+    void BeginObject(std::string& to)
+    {
+        to_ = &to;
+        buffer_.Clear();
+        writer_.Reset(buffer_);
+        writer_.StartObject();
+    }
     void BeginObject(std::string_view name)
     {
         Key(name);
         writer_.StartObject();
     }
-    void EndObject() { writer_.EndObject(); }
+    void EndObject()
+    {
+        writer_.EndObject();
+        if (writer_.IsComplete()) {
+            to_->append(buffer_.GetString(), buffer_.GetSize());
+        }
+    }
 
     void Add(std::string_view name, std::string_view text)
     {
@@ -44,13 +60,6 @@ public:
                        Clock& clock, std::int32_t zone);
 
 private:
-    struct Stream {
-        using Ch = char;
-        std::string& to;
-        void Put(char c) { to += c; }
-        void Flush() {}
-    };
-
     void Key(std::string_view name)
     {
         scratch_.clear();
@@ -65,10 +74,12 @@ private:
     }
     void WriteValue(const Value& value, const Style& style, Clock& clock, std::int32_t zone);
 
-    Stream stream_;
-    rapidjson::Writer<Stream> writer_;
+    std::string* to_ = nullptr;
+    rapidjson::StringBuffer buffer_;
+    rapidjson::Writer<rapidjson::StringBuffer> writer_;
     std::string scratch_;
     std::string valueText_;
+    std::vector<const Style*> styles_;
 };
 
 } // namespace QVLog

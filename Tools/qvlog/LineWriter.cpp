@@ -222,8 +222,8 @@ public:
     {
         const LogReader& reader = source.GetReader();
         const Descriptor& descriptor = reader.GetDescriptor();
-        JsonText json(to);
-        json.BeginObject();
+        JsonText& json = json_;
+        json.BeginObject(to);
         scratch_.clear();
         clock_.AppendIsoTime(scratch_, reader.GetMicroseconds(), isUtc_ ? 0 : reader.GetUtcOffset());
         json.Add("time", scratch_);
@@ -259,6 +259,7 @@ public:
 
 private:
     bool isUtc_;
+    JsonText json_;
     Clock clock_;
     std::string scratch_;
 };
@@ -325,8 +326,8 @@ public:
         const Descriptor& descriptor = reader.GetDescriptor();
         NameThread(to, source);
         StartEvent(to);
-        JsonText json(to);
-        json.BeginObject();
+        JsonText& json = json_;
+        json.BeginObject(to);
         json.Add("name", message);
         json.Add("cat", GetCategory(descriptor));
         json.Add("ph", "i");
@@ -367,8 +368,8 @@ private:
             return;
         }
         StartEvent(to);
-        JsonText json(to);
-        json.BeginObject();
+        JsonText& json = json_;
+        json.BeginObject(to);
         json.Add("name", "thread_name");
         json.Add("ph", "M");
         json.Add("pid", std::uint64_t{GetProcess(source)});
@@ -381,6 +382,7 @@ private:
 
     bool isFirst_ = true;
     std::unordered_set<std::uint64_t> named_;
+    JsonText json_;
     Clock clock_;
     std::string scratch_;
 };

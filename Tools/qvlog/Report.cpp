@@ -133,6 +133,7 @@ private:
     void WriteTables()
     {
         std::string json;
+        JsonText object;
         json += "{\"title\":";
         AppendString(json, options_.title.empty() ? options_.files.front() : options_.title);
         json += ",\"first\":" + std::to_string(first_) + ",\"zone\":" + std::to_string(zone_) +
@@ -145,8 +146,7 @@ private:
         for (std::size_t i = 0; i < sites_.GetSites().size(); ++i) {
             const Site& site = sites_.GetSites()[i];
             json += i == 0 ? "\n" : ",\n";
-            JsonText object(json);
-            object.BeginObject();
+            object.BeginObject(json);
             object.Add("place", site.place);
             object.Add("function", site.function);
             object.Add("category", site.category);
