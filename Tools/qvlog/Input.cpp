@@ -5,20 +5,34 @@
 
 namespace QVLog {
 
+/// Keeps what is in the window.
+void Input::Resize(std::size_t capacity)
+{
+    auto buffer = std::make_unique_for_overwrite<unsigned char[]>(capacity);
+    if (begin_ != end_) {
+        std::memcpy(buffer.get(), buffer_.get() + begin_, end_ - begin_);
+    }
+    end_ -= begin_;
+    begin_ = 0;
+    buffer_ = std::move(buffer);
+    capacity_ = capacity;
+}
+
 bool Input::Fill(std::size_t count)
 {
     count = std::min(count, most);
-    std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-    if (buffer_.size() < count) {
-        buffer_.resize(std::min(most, std::max(count, 2 * buffer_.size())));
-    } else if (buffer_.size() > smallest && std::max(count, end_) < smallest / 2) {
-        buffer_.resize(smallest); // a giant has passed
-        buffer_.shrink_to_fit();
+    const std::size_t held = end_ - begin_;
+    if (capacity_ < count) {
+        Resize(std::min(most, std::max(count, 2 * capacity_)));
+    } else if (capacity_ > smallest && std::max(count, held) < smallest / 2) {
+        Resize(smallest); // a giant has passed
+    } else if (begin_ != 0) {
+        std::memmove(buffer_.get(), buffer_.get() + begin_, held);
+        begin_ = 0;
+        end_ = held;
     }
     while (end_ < count) {
-        const std::size_t got = file_->Read(offset_ + end_, buffer_.data() + end_, buffer_.size() - end_);
+        const std::size_t got = file_->Read(offset_ + end_, buffer_.get() + end_, capacity_ - end_);
         if (got == 0) {
             return false;
         }

@@ -4,13 +4,12 @@
 #include "LogFile.hpp"
 
 #include <string_view>
-#include <vector>
 
 namespace QVLog {
 
 class Input {
 public:
-    explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)), buffer_(smallest) {}
+    explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)) { Resize(smallest); }
 
     /// More than this cannot be looked at in one piece.
     static constexpr std::size_t most = 8 << 20;
@@ -19,9 +18,9 @@ public:
     bool Ensure(std::size_t count) { return GetWindow().size() >= count || Fill(count); }
     std::string_view GetWindow() const
     {
-        return {reinterpret_cast<const char*>(buffer_.data()) + begin_, end_ - begin_};
+        return {reinterpret_cast<const char*>(buffer_.get()) + begin_, end_ - begin_};
     }
-    const unsigned char* GetData() const { return buffer_.data() + begin_; }
+    const unsigned char* GetData() const { return buffer_.get() + begin_; }
     /// Where the window begins in the log.
     std::uint64_t GetOffset() const { return offset_; }
     /// Moves the window's beginning; not beyond its end.
@@ -37,11 +36,13 @@ public:
 
 private:
     bool Fill(std::size_t count);
+    void Resize(std::size_t capacity);
 
     static constexpr std::size_t smallest = 256 << 10;
 
     std::unique_ptr<LogFile> file_;
-    std::vector<unsigned char> buffer_;
+    std::unique_ptr<unsigned char[]> buffer_;
+    std::size_t capacity_ = 0;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     std::uint64_t offset_ = 0;

@@ -6,7 +6,7 @@ namespace QVLog {
 
 std::uint64_t SpillStore::Append(std::string_view bytes)
 {
-    if (used_ + bytes.size() > chunkSize) {
+    if (chunks_.empty() || used_ + bytes.size() > chunkSize) {
         if ((chunks_.size() - spilled_ + 1) * chunkSize > limit_ && spilled_ < chunks_.size()) {
             SpillFirst();
         }
