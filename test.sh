@@ -73,6 +73,7 @@ run_tests() {
 
 suite_native() {
     need native native tests || return
+    need "native: a log's report in a browser" browser
     # The build compiles every public header alone, so it counts as a check of its own.
     run_tests release && check "every public header compiles alone" cmake --build --preset release
 }

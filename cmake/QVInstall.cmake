@@ -35,3 +35,8 @@ foreach(tool IN LISTS QV_TOOLS)
     install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
     add_dependencies(installable ${tool})
 endforeach()
+if(TARGET qvlog)
+    install(FILES ${PROJECT_SOURCE_DIR}/Tools/qvlog/qvlog.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${PROJECT_SOURCE_DIR}/Tools/qvlog/qvlog.bash RENAME qvlog
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()

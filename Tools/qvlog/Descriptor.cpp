@@ -3,7 +3,7 @@
 #include "Bytes.hpp"
 
 #include <algorithm>
-#include <array>
+#include <unordered_set>
 
 namespace QVLog {
 
@@ -160,14 +160,17 @@ void MakePlain(Descriptor& descriptor)
     }
 }
 
-/// Parameters without a name are called by their number, and so is one that has another's name.
+/// Parameters without a name are called by their number; one that has another's name is told from it.
 void NameTheNameless(Descriptor& descriptor)
 {
+    std::unordered_set<std::string_view> taken;
     for (std::size_t i = 0; i < descriptor.names.size(); ++i) {
         std::string& name = descriptor.names[i];
-        const auto end = descriptor.names.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(i, 64));
-        if (name.empty() || std::find(descriptor.names.begin(), end, name) != end) {
+        if (name.empty()) {
             name = "p" + std::to_string(i + 1);
+        }
+        while (!taken.insert(name).second) {
+            name += "_" + std::to_string(i + 1);
         }
     }
 }
@@ -246,6 +249,24 @@ Level FindLevel(std::string_view name)
 std::size_t GetFixedSize(Type type)
 {
     return typeSizes[static_cast<std::size_t>(type)];
+}
+
+std::string_view GetCategory(const Descriptor& descriptor)
+{
+    return descriptor.own != OwnLine::None ? std::string_view("log") : descriptor.category;
+}
+
+std::size_t Descriptor::GetFootprint() const
+{
+    std::size_t bytes = sizeof(Descriptor) + parameters.capacity() * sizeof(Parameter) +
+                        names.capacity() * sizeof(std::string) + pieces.capacity() * sizeof(Piece);
+    for (const std::string* const text : {&format, &file, &site, &category, &function}) {
+        bytes += text->capacity();
+    }
+    for (const Piece& piece : pieces) {
+        bytes += piece.text.capacity();
+    }
+    return bytes;
 }
 
 std::size_t MeasureDescriptor(std::string_view bytes)

@@ -58,7 +58,13 @@ struct Descriptor {
     /// For whoever looks at the lines; 0 for a new descriptor.
     mutable std::uint32_t verdict = 0;
     mutable std::uint32_t tag = 0;
+
+    /// The memory that it takes, about.
+    std::size_t GetFootprint() const;
 };
+
+/// The logger's own lines count to the category "log".
+std::string_view GetCategory(const Descriptor& descriptor);
 
 /// Why it is none: null for a sound one. The bytes are those behind the code of the event line.
 const char* ParseDescriptor(std::string_view bytes, Descriptor& descriptor);

@@ -32,6 +32,9 @@ bool Input::Fill(std::size_t count)
         end_ = held;
     }
     while (end_ < count) {
+        if (beforeWait_ && !file_->IsSeekable()) {
+            beforeWait_();
+        }
         const std::size_t got = file_->Read(offset_ + end_, buffer_.get() + end_, capacity_ - end_);
         if (got == 0) {
             return false;

@@ -3,6 +3,7 @@
 
 #include "LogFile.hpp"
 
+#include <functional>
 #include <string_view>
 
 namespace QVLog {
@@ -12,7 +13,7 @@ public:
     explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)) { Resize(smallest); }
 
     /// More than this cannot be looked at in one piece.
-    static constexpr std::size_t most = 8 << 20;
+    static constexpr std::size_t most = 1 << 20;
 
     /// Tries to have that many bytes in the window; false when the log ends before, for now.
     bool Ensure(std::size_t count) { return GetWindow().size() >= count || Fill(count); }
@@ -32,6 +33,9 @@ public:
     /// For files only.
     void SeekTo(std::uint64_t offset);
 
+    /// Called before a pipe is asked for more, which may take its time.
+    void SetBeforeWait(std::function<void()> beforeWait) { beforeWait_ = std::move(beforeWait); }
+
     LogFile& GetFile() const { return *file_; }
 
 private:
@@ -41,6 +45,7 @@ private:
     static constexpr std::size_t smallest = 256 << 10;
 
     std::unique_ptr<LogFile> file_;
+    std::function<void()> beforeWait_;
     std::unique_ptr<unsigned char[]> buffer_;
     std::size_t capacity_ = 0;
     std::size_t begin_ = 0;

@@ -3,82 +3,73 @@
 
 #include "Text.hpp"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace QVLog {
 
+/// In quotes. What could steer a terminal is escaped, too; bytes that are no UTF-8 become U+FFFD.
+void AppendJson(std::string& to, std::string_view bytes);
+
 class JsonText {
 public:
-    JsonText() : writer_(buffer_) {}
-    JsonText(const JsonText&) = delete;
-    JsonText& operator=(const JsonText&) = delete;
-
     /// Begins an object of its own.
     void BeginObject(std::string& to)
     {
         to_ = &to;
-        buffer_.Clear();
-        writer_.Reset(buffer_);
-        writer_.StartObject();
+        Open();
     }
     void BeginObject(std::string_view name)
     {
         Key(name);
-        writer_.StartObject();
+        Open();
     }
     void EndObject()
     {
-        writer_.EndObject();
-        if (writer_.IsComplete()) {
-            to_->append(buffer_.GetString(), buffer_.GetSize());
-        }
+        *to_ += '}';
+        isFirst_ = false;
     }
 
     void Add(std::string_view name, std::string_view text)
     {
         Key(name);
-        String(text);
+        AppendJson(*to_, text);
     }
-    void Add(std::string_view name, const char* text) { Add(name, std::string_view(text)); }
-    void Add(std::string_view name, const std::string& text) { Add(name, std::string_view(text)); }
-    void Add(std::string_view name, std::uint64_t number)
+    void AddNumber(std::string_view name, std::uint64_t number)
     {
         Key(name);
-        writer_.Uint64(number);
+        AppendNumber(*to_, number);
     }
-    void Add(std::string_view name, std::int64_t number)
+    void AddNumber(std::string_view name, std::int64_t number)
     {
         Key(name);
-        writer_.Int64(number);
+        AppendNumber(*to_, number);
     }
     /// An object with a member for each parameter; numbers as numbers, the rest as texts.
     void AddParameters(std::string_view name, const Descriptor& descriptor, const std::vector<Value>& values,
                        Clock& clock, std::int32_t zone);
 
 private:
+    void Open()
+    {
+        *to_ += '{';
+        isFirst_ = true;
+    }
     void Key(std::string_view name)
     {
-        scratch_.clear();
-        AppendUtf8(scratch_, name);
-        writer_.Key(scratch_.data(), static_cast<rapidjson::SizeType>(scratch_.size()));
+        if (!isFirst_) {
+            *to_ += ',';
+        }
+        isFirst_ = false;
+        AppendJson(*to_, name);
+        *to_ += ':';
     }
-    void String(std::string_view text)
-    {
-        scratch_.clear();
-        AppendUtf8(scratch_, text);
-        writer_.String(scratch_.data(), static_cast<rapidjson::SizeType>(scratch_.size()));
-    }
-    void WriteValue(const Value& value, const Style& style, Clock& clock, std::int32_t zone);
+    void AppendParameter(const Value& value, const Style& style, Clock& clock, std::int32_t zone);
 
     std::string* to_ = nullptr;
-    rapidjson::StringBuffer buffer_;
-    rapidjson::Writer<rapidjson::StringBuffer> writer_;
+    bool isFirst_ = true;
     std::string scratch_;
-    std::string valueText_;
     std::vector<const Style*> styles_;
 };
 

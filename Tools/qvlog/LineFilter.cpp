@@ -69,8 +69,9 @@ bool LineFilter::WantsSite(const Descriptor& descriptor) const
     const auto isOneOf = [&](const std::vector<std::string>& wanted, auto fits) {
         return wanted.empty() || std::any_of(wanted.begin(), wanted.end(), fits);
     };
-    return isOneOf(filter_.categories,
-                   [&](const std::string& category) { return IsWithin(descriptor.category, category); }) &&
+    return isOneOf(
+               filter_.categories,
+               [&](const std::string& category) { return IsWithin(GetCategory(descriptor), category); }) &&
            isOneOf(filter_.sites, [&](const std::string& site) { return IsSite(descriptor, site); });
 }
 
@@ -79,8 +80,9 @@ bool LineFilter::WantsMoment(const LogReader& reader)
     if (!hasZone_ || zone_ != reader.GetUtcOffset()) {
         hasZone_ = true;
         zone_ = reader.GetUtcOffset();
-        since_ = filter_.since.empty() ? INT64_MIN : RequireTime(filter_.since, zone_);
-        until_ = filter_.until.empty() ? INT64_MAX : RequireTime(filter_.until, zone_);
+        const std::int32_t zone = filter_.isUtc ? 0 : zone_;
+        since_ = filter_.since.empty() ? INT64_MIN : RequireTime(filter_.since, zone);
+        until_ = filter_.until.empty() ? INT64_MAX : RequireTime(filter_.until, zone);
     }
     const std::int64_t time = reader.GetMicroseconds();
     return time >= since_ && time < until_ && (filter_.threads.empty() || WantsThread(reader));

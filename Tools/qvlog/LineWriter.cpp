@@ -30,11 +30,6 @@ void AppendThread(std::string& to, const LogReader& reader)
     }
 }
 
-std::string_view GetCategory(const Descriptor& descriptor)
-{
-    return descriptor.own != OwnLine::None ? std::string_view("log") : descriptor.category;
-}
-
 namespace {
 
 enum class Field {
@@ -144,7 +139,8 @@ public:
         for (const Part& part : parts_) {
             const std::size_t from = to.size();
             AppendPart(to, part, source, message);
-            const std::size_t length = to.size() - from;
+            const std::size_t length =
+                part.width == 0 ? 0 : CountCharacters(std::string_view(to).substr(from));
             to.append(part.width > length ? part.width - length : 0, ' ');
         }
         to += color.empty() ? "" : "\x1B[0m";
@@ -224,8 +220,9 @@ public:
         const Descriptor& descriptor = reader.GetDescriptor();
         JsonText& json = json_;
         json.BeginObject(to);
+        const std::int32_t zone = isUtc_ ? 0 : reader.GetUtcOffset();
         scratch_.clear();
-        clock_.AppendIsoTime(scratch_, reader.GetMicroseconds(), isUtc_ ? 0 : reader.GetUtcOffset());
+        clock_.AppendIsoTime(scratch_, reader.GetMicroseconds(), zone);
         json.Add("time", scratch_);
         if (descriptor.level != Level::Unknown) {
             json.Add("level", GetLevelName(descriptor.level));
@@ -233,7 +230,7 @@ public:
         if (const std::string_view category = GetCategory(descriptor); !category.empty()) {
             json.Add("category", category);
         }
-        json.Add("thread", reader.GetThread());
+        json.AddNumber("thread", reader.GetThread());
         if (const std::string& name = reader.GetThreadName(reader.GetThread()); !name.empty()) {
             json.Add("threadName", name);
         }
@@ -241,17 +238,20 @@ public:
             json.Add("file", descriptor.file);
         }
         if (descriptor.number != 0) {
-            json.Add("line", std::uint64_t{descriptor.number});
+            json.AddNumber("line", std::uint64_t{descriptor.number});
         }
         if (!descriptor.function.empty()) {
             json.Add("function", descriptor.function);
         }
-        scratch_.clear();
-        AppendGuid(scratch_, reader.GetRun().bytes.data());
-        json.Add("run", scratch_);
+        if (!(reader.GetRun() == run_) || runText_.empty()) {
+            run_ = reader.GetRun();
+            runText_.clear();
+            AppendGuid(runText_, run_.bytes.data());
+        }
+        json.Add("run", runText_);
         json.Add("text", message);
         if (!descriptor.parameters.empty()) {
-            json.AddParameters("parameters", descriptor, reader.GetValues(), clock_, reader.GetUtcOffset());
+            json.AddParameters("parameters", descriptor, reader.GetValues(), clock_, zone);
         }
         json.EndObject();
         to += '\n';
@@ -261,6 +261,8 @@ private:
     bool isUtc_;
     JsonText json_;
     Clock clock_;
+    Guid run_;
+    std::string runText_;
     std::string scratch_;
 };
 
@@ -332,9 +334,9 @@ public:
         json.Add("cat", GetCategory(descriptor));
         json.Add("ph", "i");
         json.Add("s", "t");
-        json.Add("ts", reader.GetMicroseconds());
-        json.Add("pid", std::uint64_t{GetProcess(source)});
-        json.Add("tid", reader.GetThread());
+        json.AddNumber("ts", reader.GetMicroseconds());
+        json.AddNumber("pid", std::uint64_t{GetProcess(source)});
+        json.AddNumber("tid", reader.GetThread());
         json.BeginObject("args");
         json.Add("level", GetLevelName(descriptor.level));
         scratch_.clear();
@@ -372,8 +374,8 @@ private:
         json.BeginObject(to);
         json.Add("name", "thread_name");
         json.Add("ph", "M");
-        json.Add("pid", std::uint64_t{GetProcess(source)});
-        json.Add("tid", reader.GetThread());
+        json.AddNumber("pid", std::uint64_t{GetProcess(source)});
+        json.AddNumber("tid", reader.GetThread());
         json.BeginObject("args");
         json.Add("name", name);
         json.EndObject();

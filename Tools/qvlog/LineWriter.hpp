@@ -26,7 +26,5 @@ std::unique_ptr<LineWriter> MakeLineWriter(const Options& options);
 void AppendSite(std::string& to, const Descriptor& descriptor);
 /// The thread's name, else its id.
 void AppendThread(std::string& to, const LogReader& reader);
-/// `QVRoot`'s own lines count to the category "log".
-std::string_view GetCategory(const Descriptor& descriptor);
 
 } // namespace QVLog

@@ -28,9 +28,4 @@ public:
 /// "-" is the standard input. Null, with the reason, when it cannot be opened. Paths are UTF-8.
 std::unique_ptr<LogFile> OpenLogFile(const std::string& path, std::string& reason);
 
-/// Whether the standard output is a terminal that understands colours.
-bool PrepareTerminal();
-/// Nothing between line feeds and the output.
-void MakeOutputBinary();
-
 } // namespace QVLog

@@ -1,7 +1,6 @@
 #include "LogFile.hpp"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include <fcntl.h>
@@ -67,13 +66,5 @@ std::unique_ptr<LogFile> OpenLogFile(const std::string& path, std::string& reaso
     }
     return file;
 }
-
-bool PrepareTerminal()
-{
-    const char* const terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) == 1 && terminal != nullptr && std::strcmp(terminal, "dumb") != 0;
-}
-
-void MakeOutputBinary() {}
 
 } // namespace QVLog

@@ -1,25 +1,15 @@
 #include "LogFile.hpp"
 
+#include "WideWin.hpp"
+
 #include <algorithm>
-#include <cstdio>
 #include <string>
 
-#include <fcntl.h>
-#include <io.h>
 #include <windows.h>
 
 namespace QVLog {
 
 namespace {
-
-std::wstring Widen(const std::string& text)
-{
-    const int length = static_cast<int>(text.size());
-    std::wstring wide(
-        static_cast<std::size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0)), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), static_cast<int>(wide.size()));
-    return wide;
-}
 
 /// Others may write, rename and delete the file meanwhile.
 HANDLE OpenShared(const std::string& path)
@@ -101,19 +91,6 @@ std::unique_ptr<LogFile> OpenLogFile(const std::string& path, std::string& reaso
         return nullptr;
     }
     return std::make_unique<WinFile>(handle, !isInput);
-}
-
-bool PrepareTerminal()
-{
-    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    return GetConsoleMode(output, &mode) && SetConsoleOutputCP(CP_UTF8) &&
-           SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-}
-
-void MakeOutputBinary()
-{
-    _setmode(_fileno(stdout), _O_BINARY);
 }
 
 } // namespace QVLog

@@ -11,9 +11,12 @@ namespace {
 constexpr std::string_view signature = "\xF8WW\x02\x02";
 constexpr std::size_t headerSize = 29;
 constexpr std::size_t blockStartSize = 21;
-constexpr std::size_t mostThreadNames = 65536;
-/// Of descriptors that are kept ready; more are parsed again when they are used.
-constexpr std::size_t mostParsedBytes = 2 << 20;
+constexpr std::int32_t mostUtcOffset = 86400;
+constexpr std::size_t mostThreadNames = 16384;
+constexpr std::size_t longestThreadName = 128;
+/// Searches through the whole rest of a log that found no block of the run. After so many of them the log is
+/// no accident, and they would never end.
+constexpr std::uint32_t mostFruitlessSearches = 64;
 
 constexpr unsigned char timeMarker = 0xF7;
 constexpr unsigned char headerMarker = 0xF8;
@@ -21,13 +24,32 @@ constexpr unsigned char threadMarker = 0xFA;
 constexpr unsigned char byId = 0xFE;
 constexpr unsigned char inFull = 0xFF;
 
+constexpr const char* emptySlot = "an empty slot";
+
+bool IsNearUtc(std::int32_t offset)
+{
+    return offset >= -mostUtcOffset && offset <= mostUtcOffset;
+}
+
+/// Whether the bytes begin with a header, of whatever run.
+bool MayBeHeader(std::string_view bytes)
+{
+    return bytes.size() >= headerSize && bytes.starts_with(signature) &&
+           IsNearUtc(GetNumber<std::int32_t>(bytes.data() + 25));
+}
+
+/// Where one begins, from `at` on.
+std::size_t FindHeader(std::string_view bytes, std::size_t at)
+{
+    while ((at = bytes.find(signature, at)) != std::string_view::npos && !MayBeHeader(bytes.substr(at))) {
+        ++at;
+    }
+    return at;
+}
+
 } // namespace
 
-LogReader::LogReader(std::unique_ptr<LogFile> file, bool isLive)
-    : input_(std::move(file)), isLive_(isLive || !input_.GetFile().IsSeekable()), descriptorBytes_(1 << 20),
-      valueBytes_(4 << 20), valueIndex_(2 << 20)
-{
-}
+LogReader::LogReader(std::unique_ptr<LogFile> file, bool isLive) : input_(std::move(file)), isLive_(isLive) {}
 
 const std::string& LogReader::GetThreadName(std::uint64_t thread) const
 {
@@ -54,14 +76,16 @@ Event LogReader::Next()
         return SkipDamage(extent.damage);
     }
     size_ = extent.size;
+    return ReadRecord();
+}
+
+Event LogReader::ReadRecord()
+{
     switch (input_.GetData()[0]) {
     case headerMarker:
         return ReadHeader();
     case timeMarker:
-        seconds_ = static_cast<std::int32_t>(GetUInt32(input_.GetData() + 1));
-        microseconds_ = 0;
-        hasTime_ = true;
-        return Event::Time;
+        return ReadTime();
     case threadMarker:
         return ReadThread();
     default:
@@ -75,32 +99,69 @@ bool LogReader::FindExtent(Extent& extent)
     if (!input_.Ensure(1)) {
         return false;
     }
+    extent = MeasureWhole();
+    if (extent.damage != nullptr) {
+        return true;
+    }
+    extent.damage = FindCut(extent.size);
+    return extent.size != 0 || extent.damage != nullptr;
+}
+
+/// Takes in more until all of the record is there.
+LogReader::Extent LogReader::MeasureWhole()
+{
     for (;;) {
-        extent = MeasureRecord(input_.GetWindow());
-        if (extent.damage != nullptr) {
-            return true;
-        }
-        const bool isHeader = input_.GetData()[0] == headerMarker;
-        if (extent.size != 0) {
-            if (!isHeader && ReachesIntoNextBlock(extent.size)) {
-                extent.damage = "a record that reaches into the next block";
-            }
-            return true;
-        }
+        const Extent extent = MeasureRecord(input_.GetWindow());
         const std::size_t seen = input_.GetWindow().size();
+        if (extent.size != 0 || extent.damage != nullptr) {
+            return extent;
+        }
         if (seen >= Input::most) {
-            extent.damage = "a record of more than 8 MiB";
-            return true;
+            return {0, "a line of more than 1 MiB"};
         }
         if (!input_.Ensure(seen + 1)) {
-            // What is there may already be more than a torn record can be.
-            if (hasHeader_ && !isHeader && ReachesIntoNextBlock(seen)) {
-                extent.damage = "a record that reaches into the next block";
-                return true;
-            }
-            return false;
+            return {};
         }
     }
+}
+
+/// Whether another block begins before the record's end, and how. Of a torn record, size 0, what is there may
+/// already be more than it can be.
+const char* LogReader::FindCut(std::size_t size)
+{
+    const bool isTorn = size == 0;
+    if (input_.GetData()[0] == headerMarker) {
+        return !isTorn && IsHeaderCut() ? "a block header that is cut by the next one" : nullptr;
+    }
+    if (ReachesIntoNextBlock(isTorn ? input_.GetWindow().size() : size)) {
+        return "a record that reaches into the next block";
+    }
+    return isTorn && IsTailCut() ? "a record that is cut by another run" : nullptr;
+}
+
+/// A header that was not written to its end would swallow the beginning of the next one.
+bool LogReader::IsHeaderCut()
+{
+    input_.Ensure(2 * headerSize - 1);
+    const std::string_view window = input_.GetWindow();
+    const std::size_t again = window.find(window.substr(0, blockStartSize), 1);
+    const std::size_t at = std::min(again, FindHeader(window.substr(0, 2 * headerSize - 1), 1));
+    if (at >= headerSize) {
+        return false;
+    }
+    nextBlock_ = input_.GetOffset() + at;
+    return true;
+}
+
+/// Whether another run follows a record that its program did not write to the end.
+bool LogReader::IsTailCut()
+{
+    const std::size_t at = isLive_ ? std::string_view::npos : FindHeader(input_.GetWindow(), 1);
+    if (at == std::string_view::npos) {
+        return false;
+    }
+    nextBlock_ = input_.GetOffset() + at;
+    return true;
 }
 
 LogReader::Extent LogReader::MeasureRecord(std::string_view window)
@@ -120,11 +181,8 @@ LogReader::Extent LogReader::MeasureRecord(std::string_view window)
         return fixed(5);
     }
     if (marker == threadMarker) {
-        if (window.size() < 2) {
-            return {};
-        }
-        const unsigned char code = static_cast<unsigned char>(window[1]);
-        return code == byId ? fixed(10) : fixed(2);
+        const bool isNew = window.size() > 1 && static_cast<unsigned char>(window[1]) == byId;
+        return fixed(isNew ? 10 : 2);
     }
     if (marker >= 240 && marker != byId && marker != inFull) {
         return {0, "a byte that begins no record"};
@@ -143,30 +201,21 @@ LogReader::Extent LogReader::MeasureLine(std::string_view window)
         if (size == 0) {
             return {};
         }
-        auto descriptor = std::make_unique<Descriptor>();
-        if (const char* const damage = ParseDescriptor(window.substr(1), *descriptor)) {
+        parsed_ = std::make_unique<Descriptor>();
+        if (const char* const damage = ParseDescriptor(window.substr(1), *parsed_)) {
             return {0, damage};
         }
-        return MeasureValues(*descriptor, window, 1 + size);
+        return MeasureValues(*parsed_, window, 1 + size);
     }
-    std::size_t at = 1;
-    const Descriptor* descriptor = nullptr;
-    if (code == byId) {
-        at = 3;
-        if (window.size() < at) {
-            return {};
-        }
-        descriptor = FindDescriptor(GetUInt16(window.data() + 1));
-    } else if (code < linesUsed_) {
-        descriptor = lineDescriptors_[code];
-        if (descriptor == nullptr) {
-            descriptor = lineDescriptors_[code] = FindDescriptor(lines_[code]);
-        }
+    if (code != byId) {
+        const Descriptor* const descriptor = descriptors_.GetSlot(code);
+        return descriptor == nullptr ? Extent{0, emptySlot} : MeasureValues(*descriptor, window, 1);
     }
-    if (descriptor == nullptr) {
-        return {0, code == byId ? "an unknown line" : "an empty slot"};
+    if (window.size() < 3) {
+        return {};
     }
-    return MeasureValues(*descriptor, window, at);
+    const Descriptor* const descriptor = descriptors_.Find(GetUInt16(window.data() + 1));
+    return descriptor == nullptr ? Extent{0, "an unknown line"} : MeasureValues(*descriptor, window, 3);
 }
 
 /// `at` is where the values begin.
@@ -204,12 +253,17 @@ LogReader::Extent LogReader::MeasureValues(const Descriptor& descriptor, std::st
 
 bool LogReader::ReachesIntoNextBlock(std::size_t size)
 {
+    if (!hasHeader_ || isLost_) {
+        return false;
+    }
     const std::uint64_t end = input_.GetOffset() + size;
     if (nextBlock_ == nowhere && scanned_ < end) {
-        if (input_.GetFile().IsSeekable()) { // a pipe would wait
-            input_.Ensure(std::min(Input::most, size + blockStartSize));
-        }
         ScanForNextBlock();
+        const bool mayWait = !isLive_ || input_.GetFile().IsSeekable();
+        if (nextBlock_ == nowhere && scanned_ < end && mayWait) {
+            input_.Ensure(size + blockStartSize - 1);
+            ScanForNextBlock();
+        }
     }
     return nextBlock_ < end;
 }
@@ -219,44 +273,52 @@ void LogReader::ScanForNextBlock()
 {
     const std::string_view window = input_.GetWindow();
     const std::uint64_t offset = input_.GetOffset();
-    const std::size_t from = static_cast<std::size_t>(std::max(scanned_, offset) - offset);
-    const std::size_t found = from > window.size() ? std::string_view::npos : window.find(blockStart_, from);
+    std::size_t at = static_cast<std::size_t>(std::max(scanned_, offset) - offset);
+    const std::size_t found = at > window.size() ? std::string_view::npos : window.find(blockStart_, at);
     if (found != std::string_view::npos) {
         nextBlock_ = offset + found;
-    } else if (window.size() >= blockStartSize) {
-        scanned_ = std::max(scanned_, offset + window.size() - blockStartSize + 1);
+        return;
     }
+    // The beginning of one may stand at the window's end.
+    at = std::max(at, window.size() - std::min(window.size(), blockStartSize - 1));
+    while (at < window.size() && !std::string_view(blockStart_).starts_with(window.substr(at))) {
+        ++at;
+    }
+    scanned_ = std::max(scanned_, offset + at);
 }
 
 Event LogReader::ReadHeader()
 {
     const unsigned char* const bytes = input_.GetData();
-    std::copy_n(bytes + signature.size(), run_.bytes.size(), run_.bytes.begin());
     blockStart_ = input_.GetWindow().substr(0, blockStartSize);
-    seconds_ = static_cast<std::int32_t>(GetUInt32(bytes + 21));
+    Guid run;
+    std::copy_n(bytes + signature.size(), run.bytes.size(), run.bytes.begin());
+    if (!(run == run_)) {
+        threadNames_.clear();
+    }
+    run_ = run;
+    seconds_ = GetNumber<std::int32_t>(bytes + 21);
     microseconds_ = 0;
-    utcOffset_ = static_cast<std::int32_t>(GetUInt32(bytes + 25));
+    utcOffset_ = GetNumber<std::int32_t>(bytes + 25);
+    utcOffset_ = IsNearUtc(utcOffset_) ? utcOffset_ : 0;
     hasHeader_ = true;
     isLost_ = false;
     nextBlock_ = nowhere;
     scanned_ = input_.GetOffset() + 1;
-    ClearBlock();
-    return Event::Header;
-}
-
-void LogReader::ClearBlock()
-{
     hasTime_ = false;
     hasThread_ = false;
     threadsUsed_ = threadPosition_ = 0;
-    descriptors_.clear();
-    descriptorBytes_.Clear();
-    parsedBytes_ = 0;
-    linesUsed_ = linePosition_ = 0;
-    valueBytes_.Clear();
-    valueIndex_.Clear();
-    lastValue_ = 1;
-    ringUsed_ = ringPosition_ = 0;
+    descriptors_.Clear();
+    valueTable_.Clear();
+    return Event::Header;
+}
+
+Event LogReader::ReadTime()
+{
+    seconds_ = GetNumber<std::int32_t>(input_.GetData() + 1);
+    microseconds_ = 0;
+    hasTime_ = true;
+    return Event::Time;
 }
 
 Event LogReader::ReadThread()
@@ -266,11 +328,11 @@ Event LogReader::ReadThread()
         thread_ = GetUInt64(input_.GetData() + 2);
         threads_[threadPosition_] = thread_;
         threadsUsed_ = std::max(threadsUsed_, threadPosition_ + 1);
-        threadPosition_ = (threadPosition_ + 1) % threads_.size();
+        threadPosition_ = threadPosition_ + 1 == threads_.size() ? 0 : threadPosition_ + 1;
     } else if (code < threadsUsed_) {
         thread_ = threads_[code];
     } else {
-        return SkipDamage("an empty slot");
+        return SkipDamage(emptySlot);
     }
     hasThread_ = true;
     return Event::Thread;
@@ -283,17 +345,14 @@ Event LogReader::ReadLine()
     hasDescriptor_ = code == inFull;
     saved_ = 0;
     if (hasDescriptor_) {
-        TakeDescriptor(at);
+        const std::size_t size = parsed_->size;
+        descriptor_ = descriptors_.Enter(std::move(parsed_), input_.GetWindow().substr(1, size));
+        at += size;
     } else if (code == byId) {
-        const std::uint16_t id = GetUInt16(input_.GetData() + 1);
-        at = 3;
-        descriptor_ = FindDescriptor(id);
-        lines_[linePosition_] = id;
-        lineDescriptors_[linePosition_] = descriptor_;
-        linesUsed_ = std::max(linesUsed_, linePosition_ + 1);
-        linePosition_ = (linePosition_ + 1) % lines_.size();
+        descriptor_ = descriptors_.Use(GetUInt16(input_.GetData() + 1));
+        at += 2;
     } else {
-        descriptor_ = lineDescriptors_[code];
+        descriptor_ = descriptors_.GetSlot(code);
     }
     if (const char* const damage = TakeValues(at)) {
         return SkipDamage(damage);
@@ -304,149 +363,74 @@ Event LogReader::ReadLine()
     return Event::Line;
 }
 
-const char* LogReader::TakeDescriptor(std::size_t& at)
-{
-    const std::string_view window = input_.GetWindow().substr(1);
-    auto parsed = std::make_unique<Descriptor>();
-    ParseDescriptor(window, *parsed); // sound, since it was measured
-    const std::size_t size = parsed->size;
-    const std::uint16_t id = parsed->id;
-    at += size;
-    descriptor_ = KeepDescriptor(window.substr(0, size), std::move(parsed));
-    bool isInSlot = false;
-    for (std::uint32_t slot = 0; slot < linesUsed_; ++slot) {
-        if (lines_[slot] == id) {
-            lineDescriptors_[slot] = descriptor_;
-            isInSlot = true;
-        }
-    }
-    if (!isInSlot) {
-        lines_[linePosition_] = id;
-        lineDescriptors_[linePosition_] = descriptor_;
-        linesUsed_ = std::max(linesUsed_, linePosition_ + 1);
-        linePosition_ = (linePosition_ + 1) % lines_.size();
-    }
-    return nullptr;
-}
-
-/// Parsed ones that are out of use may go; their bytes stay.
-void LogReader::MakeRoomForDescriptor()
-{
-    if (parsedBytes_ > mostParsedBytes) {
-        for (auto& [id, kept] : descriptors_) {
-            kept.parsed.reset();
-        }
-        lineDescriptors_.fill(nullptr);
-        parsedBytes_ = 0;
-    }
-}
-
-const Descriptor* LogReader::KeepDescriptor(std::string_view bytes, std::unique_ptr<Descriptor> descriptor)
-{
-    MakeRoomForDescriptor();
-    parsedBytes_ += bytes.size() + sizeof(Descriptor);
-    KeptDescriptor& kept = descriptors_[descriptor->id];
-    kept.position = descriptorBytes_.Append(bytes);
-    kept.size = static_cast<std::uint32_t>(bytes.size());
-    kept.parsed = std::move(descriptor);
-    return kept.parsed.get();
-}
-
-const Descriptor* LogReader::FindDescriptor(std::uint16_t id)
-{
-    const auto found = descriptors_.find(id);
-    if (found == descriptors_.end()) {
-        return nullptr;
-    }
-    KeptDescriptor& kept = found->second;
-    if (kept.parsed == nullptr) {
-        MakeRoomForDescriptor();
-        std::string scratch;
-        const std::string_view bytes = descriptorBytes_.Read(kept.position, kept.size, scratch);
-        if (bytes.empty()) {
-            return nullptr;
-        }
-        kept.parsed = std::make_unique<Descriptor>();
-        ParseDescriptor(bytes, *kept.parsed);
-        parsedBytes_ += bytes.size() + sizeof(Descriptor);
-    }
-    return kept.parsed.get();
-}
-
 const char* LogReader::TakeValues(std::size_t at)
 {
-    const char* const bytes = input_.GetWindow().data();
     const std::size_t count = descriptor_->parameters.size();
     values_.resize(count);
-    bool hasRecalled = false;
     recalled_.clear();
     for (std::size_t i = 0; i < count; ++i) {
         const Parameter parameter = descriptor_->parameters[i];
         Value& value = values_[i];
         value.type = parameter.type;
-        if (parameter.isCompressed) {
-            recalled_.resize(count);
-            hasRecalled = true;
-            if (const char* const damage = TakeCompressed(value, at)) {
-                return damage;
-            }
-            recalled_[i] = value.text.data() == nullptr ? static_cast<std::uint32_t>(value.cardinal) : 0;
+        if (!parameter.isCompressed) {
+            TakePlain(value, at);
             continue;
         }
-        const char* const from = bytes + at;
-        at += GetFixedSize(parameter.type);
-        switch (parameter.type) {
-        case Type::I16:
-            value.integer = GetNumber<std::int16_t>(from);
-            break;
-        case Type::UI16:
-            value.cardinal = GetUInt16(from);
-            break;
-        case Type::I32:
-        case Type::Dt:
-        case Type::T:
-            value.integer = GetNumber<std::int32_t>(from);
-            break;
-        case Type::UI32:
-            value.cardinal = GetUInt32(from);
-            break;
-        case Type::I64:
-        case Type::UI64:
-            value.cardinal = GetUInt64(from);
-            break;
-        case Type::F:
-            value.real = static_cast<double>(GetNumber<float>(from));
-            break;
-        case Type::D:
-            value.real = GetNumber<double>(from);
-            break;
-        case Type::C:
-            value.text = {from, 1};
-            break;
-        case Type::S:
-            value.text = {from + 2, GetUInt16(from)};
-            at += 2 + value.text.size();
-            break;
-        case Type::Id:
-            value.text = {from, 16};
-            break;
-        case Type::None:
-            break;
+        if (const char* const damage = TakeCompressed(value, at)) {
+            return damage;
+        }
+        if (value.text.data() == nullptr) {
+            recalled_.emplace_back(i, value.cardinal);
         }
     }
-    // Only now, since a value that is taken in may push others out of memory.
-    scratch_.clear();
-    for (std::size_t i = 0; hasRecalled && i < count; ++i) {
-        if (recalled_[i] != 0) {
-            if (const char* const damage = Recall(values_[i], recalled_[i])) {
-                return damage;
-            }
-        }
-    }
-    return nullptr;
+    return recalled_.empty() ? nullptr : RecallValues();
 }
 
-/// Leaves no text and the id where the value must be recalled.
+void LogReader::TakePlain(Value& value, std::size_t& at) const
+{
+    const char* const from = input_.GetWindow().data() + at;
+    at += GetFixedSize(value.type);
+    switch (value.type) {
+    case Type::I16:
+        value.integer = GetNumber<std::int16_t>(from);
+        break;
+    case Type::UI16:
+        value.cardinal = GetUInt16(from);
+        break;
+    case Type::I32:
+    case Type::Dt:
+    case Type::T:
+        value.integer = GetNumber<std::int32_t>(from);
+        break;
+    case Type::UI32:
+        value.cardinal = GetUInt32(from);
+        break;
+    case Type::I64:
+    case Type::UI64:
+        value.cardinal = GetUInt64(from);
+        break;
+    case Type::F:
+        value.real = static_cast<double>(GetNumber<float>(from));
+        break;
+    case Type::D:
+        value.real = GetNumber<double>(from);
+        break;
+    case Type::C:
+        value.text = {from, 1};
+        break;
+    case Type::S:
+        value.text = {from + 2, GetUInt16(from)};
+        at += 2 + value.text.size();
+        break;
+    case Type::Id:
+        value.text = {from, 16};
+        break;
+    case Type::None:
+        break;
+    }
+}
+
+/// Leaves no text, but the id, of a value that was sent before.
 const char* LogReader::TakeCompressed(Value& value, std::size_t& at)
 {
     const char* const bytes = input_.GetWindow().data();
@@ -454,7 +438,8 @@ const char* LogReader::TakeCompressed(Value& value, std::size_t& at)
     if (code == inFull) {
         const std::size_t size = value.type == Type::S ? GetUInt16(bytes + at) : 16;
         at += value.type == Type::S ? 2 : 0;
-        Remember(value, {bytes + at, size});
+        value.text = {bytes + at, size};
+        valueTable_.Enter(value.type, value.text);
         at += size;
         return nullptr;
     }
@@ -462,53 +447,30 @@ const char* LogReader::TakeCompressed(Value& value, std::size_t& at)
     if (code == byId) {
         value.cardinal = GetUInt32(bytes + at);
         at += 4;
-        if (value.cardinal < 2 || value.cardinal > lastValue_) {
-            return "an unknown value";
+        return valueTable_.Use(static_cast<std::uint32_t>(value.cardinal)) ? nullptr : "an unknown value";
+    }
+    value.cardinal = valueTable_.GetSlot(code);
+    return value.cardinal != 0 ? nullptr : emptySlot;
+}
+
+/// When all are taken, since one that is taken may push others out of memory.
+const char* LogReader::RecallValues()
+{
+    scratch_.clear();
+    for (const auto& [index, id] : recalled_) {
+        Value& value = values_[index];
+        std::string scratch;
+        if (const char* const damage = valueTable_.Find(id, value.type, value.text, scratch)) {
+            return damage;
         }
-        EnterRing(static_cast<std::uint32_t>(value.cardinal));
-        return nullptr;
+        if (value.text.data() == scratch.data()) {
+            value.text = scratch_.emplace_back(std::move(scratch));
+        }
+        saved_ += value.text.size();
+        if (saved_ + size_ > Input::most) {
+            return "a line of more than 1 MiB";
+        }
     }
-    if (code >= ringUsed_) {
-        return "an empty slot";
-    }
-    value.cardinal = ring_[code];
-    return nullptr;
-}
-
-void LogReader::Remember(Value& value, std::string_view bytes)
-{
-    value.text = bytes;
-    const KeptValue kept = {valueBytes_.Append(bytes), static_cast<std::uint32_t>(bytes.size()),
-                            static_cast<std::uint32_t>(value.type)};
-    valueIndex_.Append({reinterpret_cast<const char*>(&kept), sizeof(kept)});
-    EnterRing(++lastValue_);
-}
-
-void LogReader::EnterRing(std::uint32_t id)
-{
-    ring_[ringPosition_] = id;
-    ringUsed_ = std::max(ringUsed_, ringPosition_ + 1);
-    ringPosition_ = (ringPosition_ + 1) % ring_.size();
-}
-
-const char* LogReader::Recall(Value& value, std::uint32_t id)
-{
-    // Entries fill their chunks to the last byte, so their places follow from their numbers.
-    std::string scratch;
-    const std::string_view entry =
-        valueIndex_.Read(std::uint64_t{id - 2} * sizeof(KeptValue), sizeof(KeptValue), scratch);
-    if (entry.empty()) {
-        return "too many values for this machine";
-    }
-    const auto kept = GetNumber<KeptValue>(entry.data());
-    if (kept.type != static_cast<std::uint32_t>(value.type)) {
-        return "a value of the other kind";
-    }
-    value.text = valueBytes_.Read(kept.position, kept.size, scratch);
-    if (value.text.data() == scratch.data()) {
-        value.text = scratch_.emplace_back(std::move(scratch));
-    }
-    saved_ += kept.size;
     return nullptr;
 }
 
@@ -518,7 +480,7 @@ void LogReader::TakeOwnLine()
         microseconds_ = static_cast<std::int32_t>(std::min<std::uint64_t>(values_[0].cardinal, 999999));
     } else if (descriptor_->own == OwnLine::Thread &&
                (threadNames_.size() < mostThreadNames || threadNames_.contains(values_[0].cardinal))) {
-        threadNames_[values_[0].cardinal] = values_[1].text.substr(0, 256);
+        threadNames_[values_[0].cardinal] = values_[1].text.substr(0, longestThreadName);
     }
 }
 
@@ -533,36 +495,32 @@ Event LogReader::SkipDamage(const char* reason)
 /// Looks for a header of this run, else of any, behind the beginning of the damage.
 std::uint64_t LogReader::FindResume()
 {
+    const bool takesAny =
+        isLive_ || !input_.GetFile().IsSeekable() || fruitlessSearches_ > mostFruitlessSearches;
     std::uint64_t other = nowhere;
     std::size_t from = 1;
-    while (input_.Ensure(from + headerSize)) {
+    for (; input_.Ensure(from + headerSize); from = 0) {
         const std::string_view window = input_.GetWindow();
-        for (std::size_t at = from;
-             (at = window.find(signature, at)) != std::string_view::npos && at + headerSize <= window.size();
-             ++at) {
-            const std::uint64_t place = input_.GetOffset() + at;
-            if (hasHeader_ && window.substr(at).starts_with(blockStart_)) {
-                return place;
-            }
-            const auto offset = GetNumber<std::int32_t>(window.data() + at + 25);
-            if (other == nowhere && offset >= -86400 && offset <= 86400) {
-                other = place;
-                if (isLive_) {
-                    return place;
-                }
+        const std::size_t own = hasHeader_ ? window.find(blockStart_, from) : std::string_view::npos;
+        const std::size_t any = other == nowhere ? FindHeader(window, from) : std::string_view::npos;
+        if (own != std::string_view::npos && (own <= any || !takesAny)) {
+            return input_.GetOffset() + own;
+        }
+        if (any != std::string_view::npos) {
+            other = input_.GetOffset() + any;
+            if (takesAny) {
+                return other;
             }
         }
         input_.Skip(window.size() - headerSize + 1);
-        from = 0;
     }
     if (other != nowhere) {
+        ++fruitlessSearches_;
         return other;
     }
     isLost_ = true;
-    const std::uint64_t end = input_.GetOffset() + input_.GetWindow().size();
     // What may become a header in a log that grows is left.
-    return isLive_ ? std::max(input_.GetOffset() + from, end - std::min(end, std::uint64_t{headerSize - 1}))
-                   : end;
+    return input_.GetOffset() + (isLive_ ? from : input_.GetWindow().size());
 }
 
 } // namespace QVLog

@@ -2,12 +2,12 @@
 ///
 /// Every byte of a log belongs to exactly one event. Nothing in a log is trusted: what breaks the format
 /// comes as `Damage`, and reading goes on at the next block that can be told. Memory does not grow with the
-/// log.
+/// log: a line of more than 1 MiB, its repeated values in full, counts as damage.
 #pragma once
 
-#include "Descriptor.hpp"
+#include "DescriptorTable.hpp"
 #include "Input.hpp"
-#include "SpillStore.hpp"
+#include "ValueTable.hpp"
 
 #include <array>
 #include <deque>
@@ -44,7 +44,8 @@ struct Guid {
 
 class LogReader {
 public:
-    /// With `isLive` the log is still growing, so that damage is left at the first header of any run.
+    /// With `isLive` the log is still growing: what is not whole may become so, and behind damage it goes on
+    /// at the first header of any run. So it does in a pipe, which cannot be read twice.
     LogReader(std::unique_ptr<LogFile> file, bool isLive);
 
     /// What was answered before is gone.
@@ -83,6 +84,7 @@ public:
     Input& GetInput() { return input_; }
 
 private:
+    /// How far a record reaches, or why it is none.
     struct Extent {
         std::size_t size = 0; ///< 0: not all there yet
         const char* damage = nullptr;
@@ -91,30 +93,29 @@ private:
     static constexpr std::uint64_t nowhere = ~std::uint64_t{0};
 
     bool FindExtent(Extent& extent);
+    Extent MeasureWhole();
     Extent MeasureRecord(std::string_view window);
     Extent MeasureLine(std::string_view window);
     Extent MeasureValues(const Descriptor& descriptor, std::string_view window, std::size_t at) const;
+    const char* FindCut(std::size_t size);
+    bool IsHeaderCut();
+    bool IsTailCut();
     bool ReachesIntoNextBlock(std::size_t size);
     void ScanForNextBlock();
 
+    Event ReadRecord();
     Event ReadHeader();
+    Event ReadTime();
     Event ReadThread();
     Event ReadLine();
-    const char* TakeDescriptor(std::size_t& at);
     const char* TakeValues(std::size_t at);
+    void TakePlain(Value& value, std::size_t& at) const;
     const char* TakeCompressed(Value& value, std::size_t& at);
-    const char* Recall(Value& value, std::uint32_t id);
-    void Remember(Value& value, std::string_view bytes);
-    void EnterRing(std::uint32_t id);
+    const char* RecallValues();
     void TakeOwnLine();
 
     Event SkipDamage(const char* reason);
     std::uint64_t FindResume();
-
-    const Descriptor* FindDescriptor(std::uint16_t id);
-    void MakeRoomForDescriptor();
-    const Descriptor* KeepDescriptor(std::string_view bytes, std::unique_ptr<Descriptor> descriptor);
-    void ClearBlock();
 
     Input input_;
     bool isLive_;
@@ -122,6 +123,7 @@ private:
     std::uint64_t size_ = 0;
     const char* reason_ = nullptr;
     std::uint64_t resume_ = nowhere; ///< behind damage
+    std::uint32_t fruitlessSearches_ = 0;
 
     bool hasHeader_ = false;
     bool isLost_ = false; ///< nothing but a header can be read
@@ -140,36 +142,14 @@ private:
     std::array<std::uint64_t, 250> threads_ = {};
     std::uint32_t threadsUsed_ = 0;
     std::uint32_t threadPosition_ = 0;
+    DescriptorTable descriptors_;
+    ValueTable valueTable_;
 
-    struct KeptDescriptor {
-        std::uint64_t position;
-        std::uint32_t size;
-        std::unique_ptr<Descriptor> parsed; ///< null when it had to make room
-    };
-    std::unordered_map<std::uint16_t, KeptDescriptor> descriptors_;
-    SpillStore descriptorBytes_;
-    std::size_t parsedBytes_ = 0;
-    std::array<std::uint16_t, 240> lines_ = {};
-    std::array<const Descriptor*, 240> lineDescriptors_ = {}; ///< null: to be looked up
-    std::uint32_t linesUsed_ = 0;
-    std::uint32_t linePosition_ = 0;
-
-    struct KeptValue {
-        std::uint64_t position;
-        std::uint32_t size;
-        std::uint32_t type;
-    };
-    SpillStore valueBytes_;
-    SpillStore valueIndex_; ///< of `KeptValue`
-    std::uint32_t lastValue_ = 1;
-    std::array<std::uint32_t, 250> ring_ = {};
-    std::uint32_t ringUsed_ = 0;
-    std::uint32_t ringPosition_ = 0;
-
+    std::unique_ptr<Descriptor> parsed_; ///< what the record brings
     const Descriptor* descriptor_ = nullptr;
     bool hasDescriptor_ = false;
     std::vector<Value> values_;
-    std::vector<std::uint32_t> recalled_; ///< ids of the values that come from the store; 0: in the record
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> recalled_; ///< index and id of what was sent before
     std::deque<std::string> scratch_;
     std::uint64_t saved_ = 0;
 };

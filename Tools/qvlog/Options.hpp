@@ -15,7 +15,7 @@ enum class Form { Text, Json, Csv, Trace };
 
 /// Which lines are wanted. Data lines go with the line that they belong to.
 struct Filter {
-    std::string since; ///< as given; the zone of the log counts where none is said
+    std::string since; ///< as given; where no zone is said, the log's counts
     std::string until;
     std::vector<std::string> threads; ///< ids or names
     std::vector<std::string> sites;   ///< FILE, FILE:LINE, or a function; parts of a path count from its end
@@ -23,6 +23,7 @@ struct Filter {
     Level level = Level::Unknown;        ///< and above
     std::string text;
     bool ignoresCase = false;
+    bool isUtc = false; ///< times without a zone are UTC
 };
 
 struct Options {

@@ -7,6 +7,7 @@
 #include "Output.hpp"
 #include "ReportPage.hpp"
 #include "SiteTable.hpp"
+#include "System.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -30,20 +31,28 @@ public:
         lastRun_ = source.GetRun();
         lastThread_ = thread;
         std::string key = std::to_string(lastRun_) + ' ' + std::to_string(thread);
-        if (names_.size() >= most) {
+        const bool isFull = names_.size() >= most && !indexes_.contains(key);
+        if (isFull) {
             key = "others";
         }
         const auto [found, isNew] = indexes_.emplace(key, static_cast<std::uint32_t>(names_.size()));
         if (isNew) {
             names_.emplace_back();
-            AppendThread(names_.back(), source.GetReader());
+        }
+        // A name may come later than the first lines.
+        std::string& name = names_[found->second];
+        name.clear();
+        if (isFull) {
+            name = key;
+        } else {
+            AppendThread(name, source.GetReader());
         }
         return last_ = found->second;
     }
     const std::vector<std::string>& GetNames() const { return names_; }
 
 private:
-    static constexpr std::size_t most = 20000;
+    static constexpr std::size_t most = 8192;
 
     std::uint32_t lastRun_ = 0;
     std::uint64_t lastThread_ = 0;
@@ -162,12 +171,7 @@ private:
     {
         std::string visible;
         AppendVisible(visible, text);
-        json += '"';
-        for (const char c : visible) {
-            json += c == '"' || c == '\\' ? "\\" : "";
-            json += c;
-        }
-        json += '"';
+        AppendJson(json, visible);
     }
 
     const Options& options_;
@@ -196,7 +200,7 @@ int WriteReport(const Options& options)
         return CannotRead;
     }
     Merger merger(std::move(sources));
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(options.output.c_str(), "wb"));
+    const std::unique_ptr<std::FILE, CloseFile> file(OpenForWriting(options.output));
     if (file == nullptr) {
         Complain(options.output, std::strerror(errno));
         return CannotWrite;

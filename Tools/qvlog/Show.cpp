@@ -48,6 +48,9 @@ public:
 
     int Show(Merger& merger)
     {
+        for (const auto& source : merger.GetSources()) {
+            source->GetReader().GetInput().SetBeforeWait([this] { output_.Flush(); });
+        }
         writer_->Begin(output_.GetText());
         if (!ShowAll(merger) || (options_.follows && !Follow(merger))) {
             return CannotWrite;
@@ -65,12 +68,18 @@ public:
     }
 
 private:
-    /// Ends only when nobody takes the lines any more.
+    /// Ends when nobody takes the lines any more, which is a failure, or when there is nothing to come.
     bool Follow(Merger& merger)
     {
+        const auto mayGrow = [](const auto& source) {
+            return source->GetReader().GetInput().GetFile().IsSeekable();
+        };
         for (;;) {
             if (!output_.Flush()) {
                 return false;
+            }
+            if (std::none_of(merger.GetSources().begin(), merger.GetSources().end(), mayGrow)) {
+                return true;
             }
             std::this_thread::sleep_for(pollInterval);
             for (std::size_t i = 0; i < merger.GetSources().size(); ++i) {

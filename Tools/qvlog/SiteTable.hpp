@@ -36,10 +36,12 @@ public:
 private:
     /// More are counted as one, "others".
     static constexpr std::size_t most = 20000;
+    static constexpr std::size_t mostBytes = 4 << 20;
 
     std::uint32_t Enter(const Descriptor& descriptor);
 
     std::vector<Site> sites_;
+    std::size_t bytes_ = 0; ///< of their texts
     std::unordered_map<std::string, std::uint32_t> indexes_;
 };
 

@@ -1,5 +1,7 @@
 #include "SpillStore.hpp"
 
+#include "System.hpp"
+
 #include <cstring>
 
 namespace QVLog {
@@ -22,11 +24,12 @@ std::uint64_t SpillStore::Append(std::string_view bytes)
 void SpillStore::SpillFirst()
 {
     if (file_ == nullptr) {
-        file_.reset(std::tmpfile());
+        file_.reset(OpenTemporary());
     }
-    if (file_ != nullptr) {
-        std::fseek(file_.get(), static_cast<long>(spilled_ * chunkSize), SEEK_SET);
-        std::fwrite(chunks_[spilled_].get(), 1, chunkSize, file_.get());
+    const std::uint64_t place = std::uint64_t{spilled_} * chunkSize;
+    if (file_ != nullptr && (!SeekTo(file_.get(), place) ||
+                             std::fwrite(chunks_[spilled_].get(), 1, chunkSize, file_.get()) != chunkSize)) {
+        file_.reset(); // the disk is full
     }
     chunks_[spilled_++].reset();
 }
@@ -38,7 +41,7 @@ std::string_view SpillStore::Read(std::uint64_t position, std::size_t length, st
         return {chunks_[chunk].get() + position % chunkSize, length};
     }
     scratch.resize(length);
-    if (file_ == nullptr || std::fseek(file_.get(), static_cast<long>(position), SEEK_SET) != 0 ||
+    if (file_ == nullptr || !SeekTo(file_.get(), position) ||
         std::fread(scratch.data(), 1, length, file_.get()) != length) {
         return {};
     }

@@ -18,7 +18,7 @@ public:
 
     /// Keeps up to 512 KiB and answers where. They never straddle a chunk.
     std::uint64_t Append(std::string_view bytes);
-    /// The bytes, in place or in `scratch`. Empty when a temporary file could not be had.
+    /// The bytes, in place or in `scratch`. Empty when there was no room for them.
     std::string_view Read(std::uint64_t position, std::size_t length, std::string& scratch) const;
     void Clear();
 

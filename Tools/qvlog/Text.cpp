@@ -12,38 +12,35 @@ namespace {
 
 constexpr char hexDigits[] = "0123456789ABCDEF";
 
-bool IsPlain(char c)
+constexpr std::uint64_t ones = 0x0101010101010101;
+
+/// The high bit of each byte that is zero; false ones only above a true one.
+constexpr std::uint64_t FindZero(std::uint64_t bytes)
 {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    return byte >= 0x20 && byte < 0x7F;
+    return (bytes - ones) & ~bytes;
 }
 
-/// How many characters from the start need no second look.
-std::size_t CountPlain(std::string_view text)
+/// How many characters from the start need no second look: those of ASCII without control characters and,
+/// for JSON, without the two that it escapes. Eight at once.
+template <bool isJson>
+std::size_t CountPlainOf(std::string_view text)
 {
     std::size_t count = 0;
     for (; count + 8 <= text.size(); count += 8) {
-        // Eight at once: a high bit, a value below 0x20, or 0x7F.
         const std::uint64_t bytes = GetUInt64(text.data() + count);
-        constexpr std::uint64_t ones = 0x0101010101010101;
-        constexpr std::uint64_t high = 0x8080808080808080;
-        const std::uint64_t isLow = (bytes - ones * 0x20) & ~bytes;
-        const std::uint64_t isDelete = (bytes ^ (ones * 0x7F)) - ones;
-        if (((isLow | isDelete | bytes) & high) != 0) {
+        std::uint64_t special = bytes | ((bytes - ones * 0x20) & ~bytes) | FindZero(bytes ^ (ones * 0x7F));
+        if constexpr (isJson) {
+            special |= FindZero(bytes ^ (ones * '"')) | FindZero(bytes ^ (ones * '\\'));
+        }
+        if ((special & (ones * 0x80)) != 0) {
             break;
         }
     }
-    while (count < text.size() && IsPlain(text[count])) {
+    const auto isPlain = [](char c) { return c >= 0x20 && c < 0x7F && !(isJson && (c == '"' || c == '\\')); };
+    while (count < text.size() && isPlain(text[count])) {
         ++count;
     }
     return count;
-}
-
-bool IsUnsafe(char32_t c)
-{
-    return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) ||
-           (c >= 0x2066 && c <= 0x2069) || c == 0x200E || c == 0x200F || c == 0x2028 || c == 0x2029 ||
-           c == 0xFEFF;
 }
 
 void AppendEscape(std::string& to, char32_t c)
@@ -170,7 +167,8 @@ void AppendReal(std::string& to, const Value& value, const Style& style)
     const auto write = [&](auto... form) {
         to.append(text, std::to_chars(text, text + sizeof(text), value.real, form...).ptr);
     };
-    const char kind = style.kind == 0 && style.digits >= 0 ? 'f' : style.kind;
+    const bool hasKind = style.kind == 'f' || style.kind == 'e' || style.kind == 'g';
+    const char kind = hasKind ? style.kind : style.digits >= 0 ? 'f' : '\0';
     const int digits = style.digits >= 0 ? style.digits : 6;
     if (kind == 'f') {
         write(std::chars_format::fixed, digits);
@@ -188,7 +186,7 @@ void AppendReal(std::string& to, const Value& value, const Style& style)
 /// Widens what was appended behind `from`.
 void Pad(std::string& to, std::size_t from, const Style& style, bool isNumber)
 {
-    const std::size_t length = to.size() - from;
+    const std::size_t length = CountCharacters(std::string_view(to).substr(from));
     if (length >= static_cast<std::size_t>(style.width)) {
         return;
     }
@@ -205,6 +203,29 @@ void Pad(std::string& to, std::size_t from, const Style& style, bool isNumber)
 }
 
 } // namespace
+
+std::size_t CountPlain(std::string_view text)
+{
+    return CountPlainOf<false>(text);
+}
+
+std::size_t CountPlainJson(std::string_view text)
+{
+    return CountPlainOf<true>(text);
+}
+
+bool IsUnsafe(char32_t c)
+{
+    return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) ||
+           (c >= 0x2066 && c <= 0x2069) || c == 0x061C || c == 0x200E || c == 0x200F || c == 0x2028 ||
+           c == 0x2029 || c == 0xFEFF;
+}
+
+std::size_t CountCharacters(std::string_view text)
+{
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
 
 std::size_t MeasureCodePoint(std::string_view text, char32_t& codePoint)
 {
@@ -249,22 +270,6 @@ void AppendVisible(std::string& to, std::string_view bytes)
         } else {
             to.append(bytes.substr(0, size));
         }
-        bytes.remove_prefix(std::max<std::size_t>(size, 1));
-    }
-}
-
-void AppendUtf8(std::string& to, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const std::size_t plain = CountPlain(bytes);
-        to.append(bytes.substr(0, plain));
-        bytes.remove_prefix(plain);
-        if (bytes.empty()) {
-            return;
-        }
-        char32_t codePoint = 0;
-        const std::size_t size = MeasureCodePoint(bytes, codePoint);
-        to.append(size == 0 ? std::string_view("\xEF\xBF\xBD") : bytes.substr(0, size));
         bytes.remove_prefix(std::max<std::size_t>(size, 1));
     }
 }
@@ -334,6 +339,7 @@ void Clock::AppendTime(std::string& to, std::int64_t microseconds, std::int32_t 
 void Clock::AppendIsoTime(std::string& to, std::int64_t microseconds, std::int32_t zone)
 {
     const std::size_t from = to.size();
+    zone = zone / 60 * 60; // seconds cannot be said
     AppendTime(to, microseconds, zone);
     to[from + 10] = 'T';
     if (zone == 0) {

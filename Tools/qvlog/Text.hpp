@@ -13,11 +13,17 @@ namespace QVLog {
 /// The bytes of the code point that the text begins with; 0 for bytes that are no UTF-8.
 std::size_t MeasureCodePoint(std::string_view text, char32_t& codePoint);
 
+/// Whether a character could steer a terminal: control characters and those that turn the direction.
+bool IsUnsafe(char32_t c);
+/// How many bytes from the start are ASCII without control characters; `Json`: without quote and backslash.
+std::size_t CountPlain(std::string_view text);
+std::size_t CountPlainJson(std::string_view text);
+/// Of UTF-8.
+std::size_t CountCharacters(std::string_view text);
+
 /// As one line that cannot steer a terminal: control characters and those that turn the direction of writing
 /// become `\n`, `\x1B` or `\u202E`, bytes that are no UTF-8 `\xFF`.
 void AppendVisible(std::string& to, std::string_view bytes);
-/// As UTF-8, with U+FFFD for what is none.
-void AppendUtf8(std::string& to, std::string_view bytes);
 
 template <class Number>
 void AppendNumber(std::string& to, Number number)
