@@ -21,9 +21,28 @@ done
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/lib.sh"
 scripts/bootstrap.sh "${groups[@]}" || exit 1
 trap stop_wine EXIT
-build_preset $preset Tour || exit 1
-if [ $preset = release ]; then
-    build/release/bin/Tour "${files[@]}"
-else
-    WINEPREFIX=$PWD/build/wine cmake/wine-run.sh build/mingw/bin/Tour.exe "${files[@]}"
+build_preset $preset Tour qvlog || exit 1
+logs=build/demo-log
+rm -rf "$logs"
+mkdir -p "$logs"
+run() {
+    if [ $preset = release ]; then
+        "build/release/bin/$@"
+    else
+        WINEPREFIX=$PWD/build/wine cmake/wine-run.sh "build/mingw/bin/$1.exe" "${@:2}"
+    fi
+}
+run Tour --log "$drive$PWD/$logs" "${files[@]}"
+status=$?
+
+# The run has logged itself; those of its processes come together here.
+written=("$logs"/*.qvlog)
+if [ -e "${written[0]}" ]; then
+    echo
+    echo "the end of the log that the tour wrote, from ${#written[@]} files"
+    shown=("${written[@]/#/$drive$PWD/}")
+    run qvlog show --level info --format "{clock} [{process}] {category}: {text}" "${shown[@]}" | tail -n 8
+    run qvlog report -o "$drive$PWD/$logs/report.html" --title "The tour" "${shown[@]}" &&
+        echo "the whole of it for a browser: $logs/report.html"
 fi
+exit $status

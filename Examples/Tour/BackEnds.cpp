@@ -1,5 +1,6 @@
 #include "BackEnds.hpp"
 #include "TourError.hpp"
+#include "TourLog.hpp"
 #include "WorkFolder.hpp"
 
 #include <Host/CommandLine.hpp>
@@ -69,6 +70,7 @@ std::vector<BackEndRun> RunBackEnds(const Array<UniString>& arguments, int* exit
     std::vector<BackEndRun> runs;
     for (const BackEnd& backEnd : backEnds) {
         WriteSettings(settings, backEnd.setting);
+        QV_LOG(Info, stageLog, "the back end {name} runs in a process of its own", backEnd.name);
         std::fprintf(stderr, IsErrorOutputTerminal() ? "%-8s" : "%s\n", backEnd.name);
         std::fflush(stderr);
         if (RunSelf(childArguments, "QVROOT_DEBUG_VALUES", settings, exitCode) != NoError) {

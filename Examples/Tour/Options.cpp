@@ -16,6 +16,7 @@ const char* const usageText =
     "  --verify ARCHIVE  only read an archive and say what is in it\n"
     "  --passes N        run each stage N times and take the fastest (5)\n"
     "  --threads N       read, decode and save on N threads (as many as the machine has)\n"
+    "  --log FOLDER      log the run to files there, to be read by qvlog\n"
     "  --here            measure this process alone, with the back end that it has\n"
     "  --results FILE    with --here: leave the measurements in a file\n"
     "Exit codes: 0 success, 1 an input or output that failed, 2 a wrong command line, 3 anything else,\n"
@@ -80,6 +81,8 @@ Options ParseOptions(const Array<UniString>& arguments)
             options.archive = value();
         } else if (name == u"--verify") {
             options.verify = value();
+        } else if (name == u"--log") {
+            options.log = value();
         } else if (name == u"--results") {
             options.results = value();
         } else if (name.empty() || name.starts_with(u"--")) {

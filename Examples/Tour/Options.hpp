@@ -18,6 +18,7 @@ struct Options {
     QV::Array<Input> inputs;
     QV::UniString archive; ///< where to keep the archive; empty: nowhere
     QV::UniString verify;  ///< an archive to read instead of everything else
+    QV::UniString log;     ///< the folder of the log; empty: none
     QV::UniString results; ///< where to leave the measurements for the process that compares them
     QV::UInt32 passes = 5; ///< how often each stage runs
     QV::UInt32 threads = QV::ThreadPool::GetProcessorCount();

@@ -6,6 +6,7 @@
 #include "Run.hpp"
 #include "Table.hpp"
 #include "TourError.hpp"
+#include "TourLog.hpp"
 #include "WorkFolder.hpp"
 
 #include <Host/IFileChannel.hpp>
@@ -108,6 +109,7 @@ int Dispatch(const Array<UniString>& arguments)
     if (!options.verify.IsEmpty()) {
         return VerifyArchive(options.verify);
     }
+    const TourLog log(options.log);
     const int exitCode = options.here ? MeasureHere(options) : CompareBackEnds(arguments);
     if (exitCode == Success && options.results.IsEmpty() && options.inputs.IsEmpty()) {
         WorkWithDocuments(options.passes);

@@ -2,6 +2,7 @@
 #include "Archive.hpp"
 #include "TextDecoder.hpp"
 #include "TourError.hpp"
+#include "TourLog.hpp"
 #include "VersionCheck.hpp"
 
 #include <Host/IFileChannel.hpp>
@@ -47,6 +48,7 @@ void Run::Measure(const char* name, const UInt64& bytes, UInt32 threads, Work wo
 {
     progress_.Begin(name);
     Stage stage{UniString(name), 0, ~UInt64{0}, 0, threads};
+    QV_LOG(Debug, stageLog, "{stage} begins on {threads} threads", LogRepeated(name), threads);
     for (UInt32 pass = 0; pass < passes_; ++pass) {
         const UInt64 allocations = MemoryStatistics::Get().allocations;
         const auto start = std::chrono::steady_clock::now();
@@ -58,6 +60,8 @@ void Run::Measure(const char* name, const UInt64& bytes, UInt32 threads, Work wo
         progress_.Tick();
     }
     stage.bytes = bytes;
+    QV_LOG(Info, stageLog, "{stage}: {bytes} bytes in {microseconds:.1} us, {allocations} allocations",
+           LogRepeated(name), bytes, static_cast<double>(stage.nanoseconds) / 1000, stage.allocations);
     measurements_.stages.Append(std::move(stage));
 }
 
@@ -99,6 +103,7 @@ void Run::ReadFiles()
         if (error != NoError) {
             throw TourError(input.path, GetReason(in.GetErrorText(), "cannot be read"));
         }
+        QV_LOG(Debug, fileLog, "read {path}, {bytes} bytes", LogRepeated(input.path), file->bytes.GetSize());
         files_[i] = std::move(file);
     });
     measurements_.inputBytes = 0;
@@ -114,8 +119,11 @@ void Run::DecodeFiles()
         const DecodeFault fault =
             DecodeText(file.bytes.GetData(), file.bytes.GetSize(), file.input.code, &file.text);
         if (fault.what != nullptr) {
+            QV_LOG(Error, fileLog, "{path} is damaged at {offset}", file.input.path, fault.offset);
             throw TourError(file.input.path, fault.offset, fault.what);
         }
+        QV_LOG(Debug, fileLog, "decoded {path} into {units} units", LogRepeated(file.input.path),
+               file.text.GetLength());
     });
 }
 
@@ -203,6 +211,8 @@ void Run::WriteToFile()
     if (error != NoError) {
         throw TourError(archive_, GetReason(out.GetErrorText(), "cannot be written"));
     }
+    QV_LOG(Info, fileLog, "archive {path} is written, {bytes} bytes", LogRepeated(archive_),
+           measurements_.archiveBytes);
     hasReplacedArchive_ = true;
     progress_.Tick();
 }
