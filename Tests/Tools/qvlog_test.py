@@ -31,7 +31,7 @@ class Log:
     """A log of few call sites, so that all stay in their slots."""
 
     def __init__(self, run=1, when=T0, zone=3600):
-        self.bytes = b""
+        self.bytes = bytearray()
         self.block(run, when, zone)
 
     def block(self, run=1, when=T0, zone=3600):
@@ -157,6 +157,28 @@ class Printing(unittest.TestCase):
         return out
 
 
+def monster_log():
+    """What takes memory: long blocks, many values, sites, threads and names, parameters by the thousand."""
+    log = Log()
+    for i in range(300):
+        log.line(b"".join(b"\xff" + text(bytes([i % 256]) * 60000) for _ in range(3)), "S:C,S:C,S:C")
+        log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\5\5"
+    for i in range(20000):
+        log.bytes += b"\xfa\xfe" + struct.pack("<Q", i)
+        log.line(struct.pack("<Q", i) + text(b"\x01" * 200), "UI64,S", "", "QVRoot", "LogThread")
+    log.block()
+    for i in range(100):
+        log.line(b"", "," * 32000 + "S:C", "{" + f"{i}" * 1000, "\x01" * 60000, "x" * i)
+        log.bytes += b"\xff" + text(b"\xff" * 60000)
+    log.block()
+    for i in range(60000):
+        log.bytes += (b"\xff" + struct.pack("<HH", i, 1) + text("S:C,") + text("\x01" * 300) + b"\0\0" + text("f") +
+                      text("g") + b"\xff" + text("value"))
+    log.block()
+    log.line(b"\xff" + text(b"\x01" * 60000) + b"\0" * 15, ",".join(["S:C"] * 16))  # 960 KB of control characters
+    return log
+
+
 class Choosing(unittest.TestCase):
     def setUp(self):
         self.log = Log()
@@ -250,6 +272,21 @@ class Files(unittest.TestCase):
                          re.findall(r"^  ([a-z' ]+?)  +(\d+)  +[\d.]+ %$", out.decode(), re.MULTILINE)}
                 total = spent.pop("sum")
                 self.assertEqual((total, sum(spent.values())), (len(data), len(data)), out.decode())
+
+    @unittest.skipIf(os.name != "posix", "needs wait4")
+    def test_memory_stays_small_whatever_is_logged(self):
+        if b"__asan_init" in pathlib.Path(QVLOG).read_bytes():
+            self.skipTest("the sanitizer takes memory of its own")
+        path = self.write(monster_log())
+        self.assertEqual(run("check", path)[0], 0)
+        for command in (["check"], ["stats"], ["show"], ["show", "--json"], ["show", "--csv"], ["show", "--trace"],
+                        ["report", "-o", os.devnull]):
+            with open(os.devnull, "wb") as nothing:
+                program = subprocess.Popen([QVLOG, *command, str(path)], stdout=nothing)
+                _, status, usage = os.wait4(program.pid, 0)
+                program.returncode = status
+            self.assertEqual(status, 0, command)
+            self.assertLess(usage.ru_maxrss, 32 * 1024, command)
 
     def test_report_holds_the_lines_as_text(self):
         page = self.path.with_name("page.html")

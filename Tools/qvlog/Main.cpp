@@ -15,10 +15,10 @@ using namespace QVLog;
 
 constexpr const char* helpText = R"(qvlog - reads the binary event logs of QVRoot programs
 
-Usage: qvlog show   [OPTION]... [FILE]...          prints lines, those of several files in order of time
-       qvlog stats  [FILE]...                      lines and bytes by call site, rates, compression
-       qvlog report [OPTION]... -o PAGE [FILE]...  one page: timeline, call sites, searchable table
-       qvlog check  [FILE]...                      0 sound, 1 torn tail, 2 damaged inside, 3 no log
+Usage: qvlog show   [OPTION]... [FILE]...         prints lines, of several files in order of time
+       qvlog stats  [FILE]...                     lines and bytes by call site, rates, compression
+       qvlog report [OPTION]... -o PAGE [FILE]... a page: timeline, call sites, searchable table
+       qvlog check  [FILE]...                     0 sound, 1 torn tail, 2 damaged inside, 3 no log
 
 FILE may be left out or be "-" for the standard input.
 
@@ -104,9 +104,9 @@ void CommandLine::AddFilter(CLI::App& command)
     Filter& filter = options.filter;
     command.add_option("--since", filter.since);
     command.add_option("--until", filter.until);
-    command.add_option("--thread", filter.threads)->expected(1)->allow_extra_args(false);
-    command.add_option("--site", filter.sites)->expected(1)->allow_extra_args(false);
-    command.add_option("--category", filter.categories)->expected(1)->allow_extra_args(false);
+    command.add_option("--thread", filter.threads)->allow_extra_args(false);
+    command.add_option("--site", filter.sites)->allow_extra_args(false);
+    command.add_option("--category", filter.categories)->allow_extra_args(false);
     command.add_option("--level", level);
     command.add_option("--grep", filter.text);
     command.add_flag("-i,--ignore-case", filter.ignoresCase);

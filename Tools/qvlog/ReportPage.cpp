@@ -141,7 +141,7 @@ function finish(mine) {
   if (mine !== work) return;
   $("found").textContent = shown === null ? "" : shownCount.toLocaleString("en") + " found";
   $("view").scrollTop = 0;
-  layout(); draw(); drawSites();
+  draw(); drawSites(); layout(); // the timeline's height decides the table's
   document.body.dataset.ready = String(mine);
 }
 
@@ -276,7 +276,7 @@ $("reset").addEventListener("click", () => {
   filter();
 });
 $("view").addEventListener("scroll", drawRows);
-addEventListener("resize", () => { layout(); draw(); });
+addEventListener("resize", () => { draw(); layout(); });
 // A search may come with the address: page.html#text
 if (location.hash.length > 1) $("search").value = wanted.text = decodeURIComponent(location.hash.slice(1));
 filter();
