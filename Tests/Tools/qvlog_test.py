@@ -162,7 +162,7 @@ def monster_log():
     log = Log()
     for i in range(300):
         log.line(b"".join(b"\xff" + text(bytes([i % 256]) * 60000) for _ in range(3)), "S:C,S:C,S:C")
-        log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\5\5"
+        log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\1\2"
     for i in range(20000):
         log.bytes += b"\xfa\xfe" + struct.pack("<Q", i)
         log.line(struct.pack("<Q", i) + text(b"\x01" * 200), "UI64,S", "", "QVRoot", "LogThread")
@@ -175,7 +175,7 @@ def monster_log():
         log.bytes += (b"\xff" + struct.pack("<HH", i, 1) + text("S:C,") + text("\x01" * 300) + b"\0\0" + text("f") +
                       text("g") + b"\xff" + text("value"))
     log.block()
-    log.line(b"\xff" + text(b"\x01" * 60000) + b"\0" * 15, ",".join(["S:C"] * 16))  # 960 KB of control characters
+    log.line(b"\xff" + text(b"\x01" * 60000) + b"\0" * 7, ",".join(["S:C"] * 8))  # 480 KB of control characters
     return log
 
 
@@ -218,7 +218,7 @@ class Choosing(unittest.TestCase):
             self.assertRegex(errors, "^qvlog: .*\nTry 'qvlog --help'.\n$")
 
 
-class Files(unittest.TestCase):
+class Folder(unittest.TestCase):
     def setUp(self):
         self.folder = tempfile.TemporaryDirectory()
         self.addCleanup(self.folder.cleanup)
@@ -229,6 +229,8 @@ class Files(unittest.TestCase):
         path.write_bytes(log.bytes if isinstance(log, Log) else log)
         return path
 
+
+class Files(Folder):
     def test_several_are_merged_by_time(self):
         logs = Log(1), Log(2)
         for second in range(10):
@@ -298,7 +300,7 @@ class Files(unittest.TestCase):
         self.assertEqual(run("report", "-o", self.path / "no" / "folder.html", self.path)[0], 5)
 
 
-class Following(Files):
+class Following(Folder):
     def setUp(self):
         super().setUp()
         log = Log(1).say("zero").bytes

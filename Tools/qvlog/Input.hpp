@@ -13,7 +13,7 @@ public:
     explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)) { Resize(smallest); }
 
     /// More than this cannot be looked at in one piece.
-    static constexpr std::size_t most = 1 << 20;
+    static constexpr std::size_t most = 512 << 10;
 
     /// Tries to have that many bytes in the window; false when the log ends before, for now.
     bool Ensure(std::size_t count) { return GetWindow().size() >= count || Fill(count); }

@@ -117,7 +117,7 @@ LogReader::Extent LogReader::MeasureWhole()
             return extent;
         }
         if (seen >= Input::most) {
-            return {0, "a line of more than 1 MiB"};
+            return {0, "a line of more than 512 KiB"};
         }
         if (!input_.Ensure(seen + 1)) {
             return {};
@@ -468,7 +468,7 @@ const char* LogReader::RecallValues()
         }
         saved_ += value.text.size();
         if (saved_ + size_ > Input::most) {
-            return "a line of more than 1 MiB";
+            return "a line of more than 512 KiB";
         }
     }
     return nullptr;

@@ -2,7 +2,7 @@
 ///
 /// Every byte of a log belongs to exactly one event. Nothing in a log is trusted: what breaks the format
 /// comes as `Damage`, and reading goes on at the next block that can be told. Memory does not grow with the
-/// log: a line of more than 1 MiB, its repeated values in full, counts as damage.
+/// log: a line of more than 512 KiB, its repeated values in full, counts as damage.
 #pragma once
 
 #include "DescriptorTable.hpp"
