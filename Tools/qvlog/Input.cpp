@@ -24,8 +24,8 @@ bool Input::Fill(std::size_t count)
     const std::size_t held = end_ - begin_;
     if (capacity_ < count) {
         Resize(std::min(most, std::max(count, 2 * capacity_)));
-    } else if (capacity_ > smallest && std::max(count, held) < smallest / 2) {
-        Resize(smallest); // a giant has passed
+    } else if (capacity_ != usual && offset_ != 0 && std::max(count, held) < usual / 2) {
+        Resize(usual); // a long log, or a giant line that has passed
     } else if (begin_ != 0) {
         std::memmove(buffer_.get(), buffer_.get() + begin_, held);
         begin_ = 0;

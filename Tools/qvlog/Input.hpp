@@ -10,7 +10,7 @@ namespace QVLog {
 
 class Input {
 public:
-    explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)) { Resize(smallest); }
+    explicit Input(std::unique_ptr<LogFile> file) : file_(std::move(file)) { Resize(first); }
 
     /// More than this cannot be looked at in one piece.
     static constexpr std::size_t most = 512 << 10;
@@ -42,7 +42,8 @@ private:
     bool Fill(std::size_t count);
     void Resize(std::size_t capacity);
 
-    static constexpr std::size_t smallest = 256 << 10;
+    static constexpr std::size_t first = 16 << 10; ///< enough for many a log
+    static constexpr std::size_t usual = 256 << 10;
 
     std::unique_ptr<LogFile> file_;
     std::function<void()> beforeWait_;
