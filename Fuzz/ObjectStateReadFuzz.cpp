@@ -1,6 +1,5 @@
-// States over arbitrary bytes: a read ends in a code and an empty state, or in one that can be printed,
-// copied and written so that it comes back. The bytes may be others: strings of a newer sub version are read,
-// too.
+// States over arbitrary bytes: a read ends in a code and an empty state, or in one that can be printed, copied
+// and written, and then comes back. Its bytes may be others: strings of a newer sub version are read, too.
 
 #include <QVRoot/Channel/IMemChannel.hpp>
 #include <QVRoot/Channel/OMemChannel.hpp>
