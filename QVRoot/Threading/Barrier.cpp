@@ -57,10 +57,18 @@ Barrier::Barrier(UInt32 parties, const RunnableTask& action) : Barrier(parties)
 
 Barrier::~Barrier() = default;
 
+/// An action that resets or visits its own barrier lets nobody go: the others leave when it has ended.
+void Barrier::NotifyAll(Impl::Notification& departing)
+{
+    if (Impl::HandOverLock::Get(lock_).GetNesting() == 0) {
+        tripped_.impl_->NotifyAllToLeave(departing);
+    }
+}
+
 void Barrier::BreakBarrier(Impl::Notification& departing)
 {
     broken_ = true;
-    tripped_.impl_->NotifyAllToLeave(departing);
+    NotifyAll(departing);
 }
 
 /// The part of every arrival that does not wait: returns the number of parties still missing.
@@ -86,20 +94,19 @@ void Barrier::Trip(Impl::Notification& departing)
     ++generation_;
     // The others cannot go on before this thread leaves the lock. Until then they need not know, either: who
     // gives up meanwhile takes the lock first and finds that the barrier has tripped.
-    const auto notify = [&] { tripped_.impl_->NotifyAllToLeave(departing); };
     try {
         action_.Run();
     } catch (const QVException&) {
         broken_ = true;
-        notify();
+        NotifyAll(departing);
         throw;
     } catch (...) {
         broken_ = true;
-        notify();
+        NotifyAll(departing);
         Impl::PassOnForcedUnwinding();
         return;
     }
-    notify();
+    NotifyAll(departing);
 }
 
 /// After a wait: throws when the barrier broke or was reset in the meantime.
@@ -205,7 +212,7 @@ void Barrier::Reset()
     // In this order: who wakes up and finds the barrier whole must find that it was reset.
     generation_ -= resetStep;
     broken_ = false;
-    tripped_.impl_->NotifyAllToLeave(visit.departing);
+    NotifyAll(visit.departing);
 }
 
 } // namespace QV

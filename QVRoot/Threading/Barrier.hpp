@@ -61,6 +61,7 @@ public:
 private:
     class Visit;
 
+    void NotifyAll(Impl::Notification& departing);
     void BreakBarrier(Impl::Notification& departing);
     UInt32 Arrive(Impl::Notification& departing);
     void Trip(Impl::Notification& departing);

@@ -84,6 +84,22 @@ TEST(BarrierTest, TheActionRunsOnTheLastPartyBeforeAnyoneGoesOn)
     EXPECT_EQ(thread, Thread::GetCurrentThreadId());
 }
 
+TEST(BarrierTest, AnActionThatResetsTheBarrierSendsTheOthersAwayWhenItHasEnded)
+{
+    std::atomic<bool> isWaitingDone = false;
+    std::unique_ptr<Worker> waiting;
+    Barrier resetting(2, RunnableTask([&] {
+                          resetting.Reset();
+                          Settle();
+                          isWaitingDone = waiting->IsDone();
+                      }));
+    waiting = MakeParty(resetting, 1);
+    EXPECT_EQ(resetting.Await(true), 0u);
+    EXPECT_EQ(waiting->GetOutcome(), broken);
+    EXPECT_FALSE(isWaitingDone);
+    EXPECT_FALSE(resetting.IsBroken());
+}
+
 TEST(BarrierTest, AnActionThatThrowsBreaksTheBarrier)
 {
     Barrier withOurs(2, RunnableTask([] { throw IllegalStateException("ours", "file", 1); }));
