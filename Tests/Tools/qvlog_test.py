@@ -167,26 +167,36 @@ class Printing(unittest.TestCase):
         return out
 
 
-def monster_log():
-    """What takes memory: long blocks, many values, sites, threads and names, parameters by the thousand."""
-    log = Log()
-    for i in range(300):
-        log.line(b"".join(b"\xff" + text(bytes([i % 256]) * 60000) for _ in range(3)), "S:C,S:C,S:C")
-        log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\1\2"
-    for i in range(20000):
-        log.bytes += b"\xfa\xfe" + struct.pack("<Q", i)
-        log.line(struct.pack("<Q", i) + text(b"\x01" * 200), "UI64,S", "", "QVRoot", "LogThread")
-    log.block()
-    for i in range(100):
-        log.line(b"", "," * 32000 + "S:C", "{" + f"{i}" * 1000, "\x01" * 60000, "x" * i)
-        log.bytes += b"\xff" + text(b"\xff" * 60000)
-    log.block()
-    for i in range(60000):
-        log.bytes += (b"\xff" + struct.pack("<HH", i, 1) + text("S:C,") + text("\x01" * 300) + b"\0\0" + text("f") +
-                      text("g") + b"\xff" + text("value"))
-    log.block()
-    log.line(b"\xff" + text(b"\x01" * 60000) + b"\0" * 7, ",".join(["S:C"] * 8))  # 480 KB of control characters
-    return log
+def write_monster(path):
+    """Writes a log of what takes memory: long blocks, many values, sites, threads and names, parameters by the
+    thousand. In pieces, since the memory of this program would be taken for that of the ones it starts."""
+    with open(path, "wb") as file:
+        log = Log()
+
+        def flush():
+            file.write(log.bytes)
+            log.bytes.clear()
+        for i in range(300):
+            log.line(b"".join(b"\xff" + text(bytes([i % 256]) * 60000) for _ in range(3)), "S:C,S:C,S:C")
+            log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\1\2"
+            flush()
+        for i in range(20000):
+            log.bytes += b"\xfa\xfe" + struct.pack("<Q", i)
+            log.line(struct.pack("<Q", i) + text(b"\x01" * 200), "UI64,S", "", "QVRoot", "LogThread")
+        log.block()
+        for i in range(100):
+            log.line(b"\xff" + text(b"\xff" * 60000), "," * 32000 + "S:C", "{" + f"{i}" * 1000, "\x01" * 60000, "x" * i)
+            log.sites[-1] = i  # the texts themselves are long
+            flush()
+        log.block()
+        for i in range(60000):
+            log.bytes += (b"\xff" + struct.pack("<HH", i, 1) + text("S:C,") + text("\x01" * 300) + b"\0\0" +
+                          text("f") + text("g") + b"\xff" + text("value"))
+            if i % 1000 == 0:
+                flush()
+        log.block()
+        log.line(b"\xff" + text(b"\x01" * 60000) + b"\0" * 7, ",".join(["S:C"] * 8))  # 480 KB of control characters
+        flush()
 
 
 class Choosing(unittest.TestCase):
@@ -289,8 +299,8 @@ class Files(Folder):
     def test_memory_stays_small_whatever_is_logged(self):
         if b"__asan_init" in pathlib.Path(QVLOG).read_bytes():
             self.skipTest("the sanitizer takes memory of its own")
-        path = self.write(monster_log())
-        self.assertEqual(run("check", path)[0], 0)
+        path = self.path
+        write_monster(path)
         for command in (["check"], ["stats"], ["show"], ["show", "--json"], ["show", "--csv"], ["show", "--trace"],
                         ["report", "-o", os.devnull]):
             status, peak = run_small([QVLOG, *command, str(path)])

@@ -86,9 +86,10 @@ CommandLine::CommandLine()
 {
     app.set_help_flag();
     app.add_flag("-h,--help", wantsHelp);
-    app.fallthrough();
+    app.allow_windows_style_options(false);
     for (CLI::App* const command : {show, stats, report, check}) {
         command->set_help_flag();
+        command->allow_windows_style_options(false); // "/" begins a path
         command->fallthrough();
         command->add_option("files", options.files);
     }

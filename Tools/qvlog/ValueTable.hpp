@@ -34,8 +34,8 @@ private:
 
     static constexpr std::uint32_t firstId = 2;
 
-    SpillStore bytes_{2 << 20};
-    SpillStore entries_{1 << 20};
+    SpillStore bytes_{1 << 20};
+    SpillStore entries_{512 << 10};
     std::uint32_t nextId_ = firstId;
     std::array<std::uint32_t, 250> ring_ = {};
     std::uint32_t used_ = 0;
