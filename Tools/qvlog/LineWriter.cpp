@@ -366,7 +366,7 @@ private:
         const LogReader& reader = source.GetReader();
         const std::string& name = reader.GetThreadName(reader.GetThread());
         const std::uint64_t key = reader.GetThread() * 0x9E3779B97F4A7C15 + GetProcess(source);
-        if (name.empty() || named_.size() > 65536 || !named_.insert(key).second) {
+        if (name.empty() || named_.size() > 16384 || !named_.insert(key).second) {
             return;
         }
         StartEvent(to);

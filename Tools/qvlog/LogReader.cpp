@@ -12,7 +12,7 @@ constexpr std::string_view signature = "\xF8WW\x02\x02";
 constexpr std::size_t headerSize = 29;
 constexpr std::size_t blockStartSize = 21;
 constexpr std::int32_t mostUtcOffset = 86400;
-constexpr std::size_t mostThreadNames = 16384;
+constexpr std::size_t mostThreadNames = 8192;
 constexpr std::size_t longestThreadName = 128;
 /// Searches through the whole rest of a log that found no block of the run. After so many of them the log is
 /// no accident, and they would never end.
