@@ -27,45 +27,15 @@ struct Vector256 {
     static constexpr bool canCompress = false;
     static UInt8* Compress(UInt8* target, Register, UInt64, UInt8, UInt64) { return target; }
 
-    /// The upper half of a map in rows of 16, each as its difference from the one before: the sum of all up
-    /// to a row is that row.
-    struct UpperMap {
-        Register rows[8];
+    static Register Xor(Register a, Register b) { return _mm256_xor_si256(a, b); }
+    static Register SubtractSaturated(Register a, Register b) { return _mm256_subs_epi8(a, b); }
+    static bool HasNegative(Register bytes) { return _mm256_movemask_epi8(bytes) != 0; }
+    static Register ClearNegative(Register bytes)
+    {
+        return _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), bytes), bytes);
+    }
 
-        explicit UpperMap(const UInt8* upper)
-        {
-            Register before = _mm256_setzero_si256();
-            for (USize row = 0; row < 8; ++row) {
-                const Register bytes =
-                    SpreadLanes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + row * 16)));
-                rows[row] = _mm256_xor_si256(bytes, before);
-                before = bytes;
-            }
-        }
-
-        Register Translate(Register bytes) const
-        {
-            if (_mm256_movemask_epi8(bytes) == 0) {
-                return bytes;
-            }
-            const Register ascii =
-                _mm256_andnot_si256(_mm256_cmpgt_epi8(_mm256_setzero_si256(), bytes), bytes);
-            return AddRows<0>(_mm256_xor_si256(bytes, Spread(-0x80)), ascii);
-        }
-
-    private:
-        /// Places are negative for bytes in front of the row, where a shuffle finds 0.
-        template <int row>
-        Register AddRows(Register places, Register sum) const
-        {
-            sum = _mm256_xor_si256(sum, Shuffle(rows[row], places));
-            if constexpr (row < 7) {
-                return AddRows<row + 1>(_mm256_subs_epi8(places, Spread(16)), sum);
-            } else {
-                return sum;
-            }
-        }
-    };
+    using UpperMap = RowMap<Vector256>;
 };
 
 } // namespace

@@ -45,6 +45,48 @@ void ChangeInPlace(UInt8* data, USize length, const Change& change)
     V::Store(last, newLast);
 }
 
+/// The upper half of a map for sets that shuffle among 16 bytes only: in rows of 16, each as its difference
+/// from the one before, so that the sum of all up to a row is that row.
+template <class V>
+class RowMap {
+public:
+    using Register = typename V::Register;
+
+    explicit RowMap(const UInt8* upper)
+    {
+        Register before = V::Spread(0);
+        for (USize row = 0; row < 8; ++row) {
+            const __m128i lane = _mm_loadu_si128(reinterpret_cast<const __m128i*>(upper + row * 16));
+            const Register bytes = V::SpreadLanes(lane);
+            rows_[row] = V::Xor(bytes, before);
+            before = bytes;
+        }
+    }
+
+    Register Translate(Register bytes) const
+    {
+        if (!V::HasNegative(bytes)) {
+            return bytes;
+        }
+        return AddRows<0>(V::Xor(bytes, V::Spread(-0x80)), V::ClearNegative(bytes));
+    }
+
+private:
+    /// Places are negative for bytes in front of the row, where a shuffle finds 0.
+    template <int row>
+    Register AddRows(Register places, Register sum) const
+    {
+        sum = V::Xor(sum, V::Shuffle(rows_[row], places));
+        if constexpr (row < 7) {
+            return AddRows<row + 1>(V::SubtractSaturated(places, V::Spread(16)), sum);
+        } else {
+            return sum;
+        }
+    }
+
+    Register rows_[8];
+};
+
 template <class V>
 struct ConversionWith {
     template <USize Element, auto Plain>
