@@ -176,7 +176,7 @@ def write_monster(path):
         def flush():
             file.write(log.bytes)
             log.bytes.clear()
-        for i in range(300):
+        for i in range(150):
             log.line(b"".join(b"\xff" + text(bytes([i % 256]) * 60000) for _ in range(3)), "S:C,S:C,S:C")
             log.bytes += b"\0\0\1\2" + b"\0\xfe" + struct.pack("<I", 2 + i) + b"\1\2"
             flush()
@@ -184,12 +184,12 @@ def write_monster(path):
             log.bytes += b"\xfa\xfe" + struct.pack("<Q", i)
             log.line(struct.pack("<Q", i) + text(b"\x01" * 200), "UI64,S", "", "QVRoot", "LogThread")
         log.block()
-        for i in range(100):
+        for i in range(40):
             log.line(b"\xff" + text(b"\xff" * 60000), "," * 32000 + "S:C", "{" + f"{i}" * 1000, "\x01" * 60000, "x" * i)
             log.sites[-1] = i  # the texts themselves are long
             flush()
         log.block()
-        for i in range(60000):
+        for i in range(40000):
             log.bytes += (b"\xff" + struct.pack("<HH", i, 1) + text("S:C,") + text("\x01" * 300) + b"\0\0" +
                           text("f") + text("g") + b"\xff" + text("value"))
             if i % 1000 == 0:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
 
 namespace QVLog {
 
@@ -105,17 +106,11 @@ bool ParsePlaceholder(std::string_view text, std::string& name, Style& style)
 
 bool ParsePieces(std::string_view format, Descriptor& descriptor)
 {
-    std::string text;
-    const auto flush = [&] {
-        if (!text.empty()) {
-            descriptor.pieces.push_back({std::move(text), -1, {}});
-            text.clear();
-        }
-    };
+    Piece piece;
     for (std::size_t i = 0; i < format.size(); ++i) {
         const char c = format[i];
         if ((c == '{' || c == '}') && i + 1 < format.size() && format[i + 1] == c) {
-            text += c;
+            piece.text += c;
             ++i;
             continue;
         }
@@ -123,41 +118,37 @@ bool ParsePieces(std::string_view format, Descriptor& descriptor)
             return false;
         }
         if (c != '{') {
-            text += c;
+            piece.text += c;
             continue;
         }
         const std::size_t end = format.find('}', i);
-        if (end == std::string_view::npos) {
-            return false;
-        }
-        flush();
-        Piece piece;
-        piece.parameter = static_cast<int>(descriptor.names.size());
         std::string name;
-        if (!ParsePlaceholder(format.substr(i + 1, end - i - 1), name, piece.style)) {
+        if (end == std::string_view::npos ||
+            !ParsePlaceholder(format.substr(i + 1, end - i - 1), name, piece.style)) {
             return false;
         }
+        piece.parameter = static_cast<int>(descriptor.names.size());
         descriptor.names.push_back(std::move(name));
-        descriptor.pieces.push_back(std::move(piece));
+        descriptor.pieces.push_back(std::exchange(piece, {}));
         i = end;
     }
-    flush();
+    if (!piece.text.empty()) {
+        descriptor.pieces.push_back(std::move(piece));
+    }
     return descriptor.names.size() == descriptor.parameters.size();
 }
 
 /// The format as it is and the values behind it.
 void MakePlain(Descriptor& descriptor)
 {
+    const std::size_t count = descriptor.parameters.size();
+    descriptor.names.assign(count, "");
     descriptor.pieces.clear();
-    descriptor.names.assign(descriptor.parameters.size(), "");
-    descriptor.pieces.push_back({descriptor.format, -1, {}});
-    for (std::size_t i = 0; i < descriptor.parameters.size(); ++i) {
-        descriptor.pieces.push_back({i == 0 ? " (" : ", ", -1, {}});
-        descriptor.pieces.push_back({"", static_cast<int>(i), {}});
+    descriptor.pieces.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i) {
+        descriptor.pieces.push_back({i == 0 ? descriptor.format + " (" : ", ", static_cast<int>(i), {}});
     }
-    if (!descriptor.parameters.empty()) {
-        descriptor.pieces.push_back({")", -1, {}});
-    }
+    descriptor.pieces.push_back({count == 0 ? descriptor.format : ")", -1, {}});
 }
 
 /// Parameters without a name are called by their number; one that has another's name is told from it.

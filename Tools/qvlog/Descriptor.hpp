@@ -23,10 +23,10 @@ struct Style {
     char kind = 0; ///< one of x X f e g, 'b' for bool, 0 for the usual form
 };
 
-/// A stretch of text, or the place of a parameter.
+/// A stretch of text, and the parameter behind it.
 struct Piece {
     std::string text;
-    int parameter = -1;
+    int parameter = -1; ///< -1: none
     Style style;
 };
 

@@ -307,9 +307,11 @@ private:
         scratch_ = cell;
         to.resize(from);
         to += '"';
-        for (const char c : scratch_) {
-            to.append(c == '"' ? 2 : 1, c);
+        std::string_view rest = scratch_;
+        for (std::size_t at; (at = rest.find('"')) != std::string_view::npos; rest.remove_prefix(at + 1)) {
+            to.append(rest.substr(0, at)).append("\"\"");
         }
+        to += rest;
         to += '"';
     }
 

@@ -437,9 +437,8 @@ void AppendMessage(std::string& to, const Descriptor& descriptor, const std::vec
                    Clock& clock, std::int32_t zone)
 {
     for (const Piece& piece : descriptor.pieces) {
-        if (piece.parameter < 0) {
-            to += piece.text;
-        } else {
+        to += piece.text;
+        if (piece.parameter >= 0) {
             AppendValue(to, values[static_cast<std::size_t>(piece.parameter)], piece.style, clock, zone);
         }
     }
