@@ -95,7 +95,7 @@ FixedAllocator::Page* FixedAllocator::ProvidePage()
 {
     if (FindPage() == nullptr) {
         // A failure handler may free blocks of this allocator in between.
-        AddPage(CreatePage());
+        AddPage(CreatePage(GetBlocksOfNewPage()));
     }
     return firstPage_;
 }
@@ -113,10 +113,9 @@ USize FixedAllocator::GetBlocksOfNewPage() const noexcept
     }
 }
 
-FixedAllocator::Page* FixedAllocator::CreatePage()
+FixedAllocator::Page* FixedAllocator::CreatePage(USize count)
 {
     const USize words = objectSize_ / sizeof(Header) + (objectSize_ % sizeof(Header) != 0);
-    const USize count = GetBlocksOfNewPage();
     const USize blockSize = Multiply(words + 1, sizeof(Header));
     const auto release = [](void* memory) { MemoryManager::Free(memory); };
     std::unique_ptr<void, decltype(release)> record(AllocateMemory(sizeof(Page)), release);

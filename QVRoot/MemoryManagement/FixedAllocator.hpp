@@ -103,7 +103,7 @@ private:
 
     Page* ProvidePage();
     Page* FindPage() noexcept;
-    Page* CreatePage();
+    Page* CreatePage(USize count);
     void AddPage(Page* page) noexcept;
     void DestroyPage(Page* page) noexcept;
     void RetirePage(Page* page) noexcept;

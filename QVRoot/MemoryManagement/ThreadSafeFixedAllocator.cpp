@@ -29,6 +29,7 @@ inline void* ThreadSafeFixedAllocator::TakeAndCount(Page* page) noexcept
 
 void* ThreadSafeFixedAllocator::AllocateAndIncreaseSize()
 {
+    USize count = 0;
     {
         const SpinLock::Guard guard(lock_);
         Page* page = firstPage_;
@@ -38,15 +39,16 @@ void* ThreadSafeFixedAllocator::AllocateAndIncreaseSize()
         if (page != nullptr) [[likely]] {
             return TakeAndCount(page);
         }
+        count = GetBlocksOfNewPage();
     }
-    return AllocateFromNewPage();
+    return AllocateFromNewPage(count);
 }
 
 /// The page is made without the lock: the memory manager may take its time, and what it calls when memory is
 /// short may come back here.
-void* ThreadSafeFixedAllocator::AllocateFromNewPage()
+void* ThreadSafeFixedAllocator::AllocateFromNewPage(USize count)
 {
-    Page* const page = CreatePage();
+    Page* const page = CreatePage(count);
     const SpinLock::Guard guard(lock_);
     AddPage(page);
     return TakeAndCount(page);

@@ -31,7 +31,7 @@ private:
     void DeallocateAndDecreaseSize(Page* page, void* block) override;
 
     void* TakeAndCount(Page* page) noexcept;
-    void* AllocateFromNewPage();
+    void* AllocateFromNewPage(USize count);
 
     SpinLock lock_;
 };

@@ -229,10 +229,11 @@ Array<const ClassInfo*> ClassManager::GetClasses()
                 classes.Append(&at->classInfo_);
             }
         }
+        // Within the lock: outside, a module may take its classes away while their names are read.
+        std::sort(classes.begin(), classes.end(), [](const ClassInfo* a, const ClassInfo* b) {
+            return std::strcmp(a->GetName(), b->GetName()) < 0;
+        });
     }
-    std::sort(classes.begin(), classes.end(), [](const ClassInfo* a, const ClassInfo* b) {
-        return std::strcmp(a->GetName(), b->GetName()) < 0;
-    });
     return classes;
 }
 
