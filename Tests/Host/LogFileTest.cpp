@@ -112,6 +112,7 @@ TEST(LogFile, FilesAreRotatedBySizeAndOnDemand)
     LogNumbers(25000, 2);
     log.Stop();
     const std::vector<int> numbers = ReadNumbers(folder / "");
+    ASSERT_FALSE(numbers.empty());
     EXPECT_LT(numbers.size(), 15000u);
     EXPECT_EQ(numbers.back(), 25001);
     for (std::size_t i = 1; i < numbers.size(); ++i) {

@@ -136,7 +136,8 @@ TEST(Log, LevelsDecideWhatIsLogged)
     EXPECT_EQ(evaluated, 2);
     EXPECT_EQ(editing.GetLevel(), LogLevel::Fatal);
     EXPECT_EQ(log.channel.Read().lines.size(), 2u);
-    editing.SetLevel(LogLevel::Info);
+    LogCategory::SetLevels("test.", LogLevel::Info);
+    drawing.SetLevel(LogLevel::Off);
     EXPECT_EQ(ParseLogLevel("warning"), LogLevel::Warning);
     EXPECT_EQ(ParseLogLevel("Warning"), LogLevel::None);
     char word[8];
