@@ -40,7 +40,7 @@ struct LogState;
 enum class LogClock : UInt8 {
     Seconds, ///< nothing more
     Coarse,  ///< as the system's clock ticks, every 4 to 16 ms: free, as good as
-    Precise, ///< microseconds: 5 bytes and some 15 ns a line
+    Precise, ///< microseconds: 5 bytes a line, and the price of asking the precise clock
 };
 
 /// What became of the lines since the start.
