@@ -286,7 +286,7 @@ TEST(ThreadPoolTest, MayEndOnAThreadOfItsOwn)
     Semaphore ended(0, 1);
     EXPECT_EQ(pool->Submit([&] { return GetOutcome([&] { pool->Wait(); }); }).Get(),
               "DeadlockException: Failed to wait for the executor: the calling thread is one of its own.");
-    gate.Block(*pool);
+    const Future<void> blocked = gate.Block(*pool);
     pool->Execute([&] {
         gate.begun.Acquire();
         pool.reset();
@@ -297,6 +297,7 @@ TEST(ThreadPoolTest, MayEndOnAThreadOfItsOwn)
     ended.Acquire();
     gate.open.Release();
     last.Get();
+    blocked.Get(); // nobody else waits for it
     EXPECT_EQ(ran, 1);
 }
 
