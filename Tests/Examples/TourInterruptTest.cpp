@@ -17,7 +17,7 @@ using namespace QV::Test;
 // Waits until the program has said something; false when it does not come to it.
 bool Await(const std::filesystem::path& output, const std::string& text)
 {
-    for (int i = 0; i < 30000; ++i) {
+    for (int i = 0; i < 150000; ++i) {
         if (std::filesystem::exists(output) && ReadWhole(output).find(text) != std::string::npos) {
             return true;
         }
